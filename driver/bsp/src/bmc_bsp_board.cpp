@@ -1,0 +1,358 @@
+// Board identity: the board id from /dev/sys_info, the board-type predicates, the board table
+// that maps (board id, slot) to a board type, and the board-type GPIO pins. Nothing here
+// touches the CPLD.
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+#include "bmc_bsp.h"
+#include "core/cache.h"
+#include "core/log.h"
+#include "core/status.h"
+#include "core/sysinfo.h"
+#include "platform/gpio.h"
+#include "platform/securec.h"
+
+namespace {
+
+using bsp::kErr;
+using bsp::kLogError;
+using bsp::kLogTrace;
+using bsp::kOk;
+
+constexpr uint8_t kUnknownId = 0xFF;
+constexpr uint32_t kSmmBoardType = 0x20;
+
+bsp::CachedValue<uint8_t, kUnknownId> g_board_id;
+
+struct BoardRow {
+    uint8_t board_id;
+    uint8_t slot;
+    uint32_t board_type;
+};
+
+// (board id, slot) -> board type, slot by slot. SMM boards have the fixed type 0x20 and no rows.
+constexpr std::array<BoardRow, 46> kBoardTable = {{
+    {0x0A, 0, 0x00}, {0x0A, 1, 0x01}, {0x0A, 2, 0x02}, {0x0A, 3, 0x03},
+    {0x00, 0, 0x30}, {0x00, 1, 0x31},
+    {0x03, 0, 0x32}, {0x03, 1, 0x33},
+    {0x05, 0, 0x34}, {0x05, 1, 0x35},
+    {0x06, 0, 0x40}, {0x06, 1, 0x41},
+    {0x09, 0, 0x42}, {0x09, 1, 0x43},
+    {0x12, 0, 0x36}, {0x12, 1, 0x37},
+    {0x14, 0, 0x38}, {0x14, 1, 0x39},
+    {0x11, 0, 0x00}, {0x11, 1, 0x01}, {0x11, 2, 0x02}, {0x11, 3, 0x03},
+    {0x71, 0, 0x00}, {0x71, 1, 0x01}, {0x71, 2, 0x02}, {0x71, 3, 0x03},
+    {0x22, 0, 0x34}, {0x22, 1, 0x35},
+    {0x24, 0, 0x40}, {0x24, 1, 0x41},
+    {0x27, 0, 0x42}, {0x27, 1, 0x43},
+    {0x1D, 0, 0x34}, {0x1D, 1, 0x35},
+    {0x2E, 0, 0x36}, {0x2E, 1, 0x37},
+    {0x33, 0, 0x36}, {0x33, 1, 0x37},
+    {0x35, 0, 0x38}, {0x35, 1, 0x39},
+    {0x2D, 0, 0x38}, {0x2D, 1, 0x39},
+    {0x99, 0, 0x34}, {0x99, 1, 0x35},
+    {0x95, 0, 0x34}, {0x95, 1, 0x35},
+}};
+
+BoardSet g_2u2c_board_ids = {BSP_BOARD_SET_UNASKED,
+                             {0x00, 0x03, 0x05, 0x12, 0x14, 0x22, 0x1D, 0x2D, 0x35, 0x33, 0x2E, 0x99, 0x95}};
+BoardSet g_2u2c_board_types = {BSP_BOARD_SET_UNASKED,
+                               {0x30, 0x31, 0x32, 0x33, 0x34, 0x35, 0x36, 0x37, 0x38, 0x39, 0xFF, 0xFF, 0xFF}};
+
+// Board ids of each predicate.
+constexpr std::array<uint8_t, 4> kSmmIds = {0x0C, 0x0F, 0x81, 0x82};
+constexpr std::array<uint8_t, 13> k2U2CIds = {0x00, 0x03, 0x05, 0x12, 0x14, 0x22, 0x1D,
+                                              0x2E, 0x35, 0x2D, 0x33, 0x99, 0x95};
+constexpr std::array<uint8_t, 8> kMiddleIds = {0x00, 0x03, 0x12, 0x14, 0x2E, 0x33, 0x35, 0x2D};
+constexpr std::array<uint8_t, 4> k2UExpIds = {0x27, 0x24, 0x06, 0x09};
+constexpr std::array<uint8_t, 9> k7460SIds = {0x05, 0x06, 0x09, 0x24, 0x27, 0x22, 0x1D, 0x99, 0x95};
+constexpr std::array<uint8_t, 5> k7460SCtrlIds = {0x22, 0x05, 0x95, 0x99, 0x1D};
+constexpr std::array<uint8_t, 1> k58204U4CIds = {0x0A};
+constexpr std::array<uint8_t, 2> k58304U4CIds = {0x71, 0x11};
+constexpr std::array<uint8_t, 1> k58304u2pIds = {0x71};
+constexpr std::array<uint8_t, 1> kSasIds = {0x12};
+constexpr std::array<uint8_t, 1> kPalmIds = {0x14};
+constexpr std::array<uint8_t, 2> kLiteIds = {0x95, 0x99};
+constexpr std::array<uint8_t, 4> kX86Ids = {0x2D, 0x2E, 0x33, 0x35};
+constexpr std::array<uint8_t, 11> kIdentifiedIds = {0x0F, 0x11, 0x81, 0x82, 0x71, 0x0A,
+                                                    0x0C, 0x06, 0x09, 0x24, 0x27};
+constexpr std::array<uint16_t, 6> kEquipFrameTypes = {0x10, 0x12, 0x0E, 0x09, 0x32, 0x28};
+
+// SMM pins that all read 0 in a factory test frame.
+constexpr std::array<uint32_t, 3> kSmmEquipPins = {42, 43, 44};
+constexpr int kSmmEquipAttempts = 3;
+
+constexpr uint32_t kPalmMicroOsBoardId = 0x122700;
+
+template <typename T, size_t N>
+constexpr bool contains(const std::array<T, N> &set, T v)
+{
+    return std::find(set.begin(), set.end(), v) != set.end();
+}
+
+// What a cached predicate does to its answer flag when the board id cannot be read.
+enum class OnIdFailure { ClearAnswer, KeepAnswer };
+
+// The shape shared by the cached predicates: answer from the cache, or read the id once it
+// can be read and remember whether it is one of `ids`.
+template <size_t N>
+uint32_t cached_id_predicate(bsp::CachedAnswer &cache, const std::array<uint8_t, N> &ids,
+                             OnIdFailure on_failure = OnIdFailure::ClearAnswer)
+{
+    if (cache.known()) return cache.answer();
+    uint8_t id = kUnknownId;
+    if (BSP_GetBmcBoardId(&id) != kOk) {
+        if (on_failure == OnIdFailure::ClearAnswer) cache.set_answer(0);
+        return 0;
+    }
+    cache.set_known();
+    if (contains(ids, id)) cache.set_answer(1);
+    return cache.answer();
+}
+
+// Predicates that are not cached: 0 when the id cannot be read.
+template <size_t N>
+uint32_t id_predicate(const std::array<uint8_t, N> &ids)
+{
+    uint8_t id = kUnknownId;
+    if (BSP_GetBmcBoardId(&id) != kOk) return 0;
+    return contains(ids, id) ? 1 : 0;
+}
+
+bsp::CachedAnswer g_smm, g_2u2c, g_middle, g_2uexp, g_2u, g_7460s, g_7460s_ctrl, g_58204u4c, g_58304u4c,
+    g_58304u2p, g_sas, g_palm, g_palm_micro, g_lite, g_smm_equip_frame;
+
+}  // namespace
+
+extern "C" {
+
+uint32_t BSP_GetBmcBoardId(uint8_t *boardId)
+{
+    uint32_t word = 0;
+    if (int rc = memset_s(&word, sizeof word, 0, sizeof word); rc != 0) {
+        BSP_LOG(kLogError, "Error: init sysinfo failed, result = %d.", rc);
+    }
+    if (boardId == nullptr) return kErr;
+    if (g_board_id.known()) {
+        *boardId = g_board_id.get();
+        return kOk;
+    }
+    bsp::SysInfoResult r = bsp::sysinfo_query(bsp::kSysInfoBoardInfo, word);
+    if (!r.opened) {
+        BSP_LOG(kLogError, "Error: open sys_info dev fail");
+        return kErr;
+    }
+    if (r.request_rc != 0) BSP_LOG(kLogError, "ioctrl sys_info dev fail(%d)", r.request_rc);
+    // Cached before validation: a later call answers this id with status 0 even when it was
+    // rejected or the request failed. Callers that must not trust it check the first status.
+    auto id = static_cast<uint8_t>((word >> 4) & 0xFF);
+    g_board_id.set(id);
+    if (BSP_PrivCheck(0, id, 8) != 0) {
+        *boardId = kUnknownId;
+        return kErr;
+    }
+    *boardId = id;
+    BSP_LOG(kLogTrace, "get bmc boardid (0x%x)", id);
+    return static_cast<uint32_t>(r.request_rc);
+}
+
+uint32_t BSP_GetBmcBoardType(uint32_t *boardType)
+{
+    if (boardType == nullptr) return kErr;
+    uint8_t id = kUnknownId;
+    if (BSP_GetBmcBoardId(&id) != kOk) {
+        BSP_LOG(kLogError, "BSP: get the boardid fail");
+        return kErr;
+    }
+    if (contains(kSmmIds, id)) {
+        *boardType = kSmmBoardType;
+        return kOk;
+    }
+    uint8_t slot = 0xFF;
+    if (BSP_GetBoardSlot(&slot) != 0) {
+        BSP_LOG(kLogError, "BSP_GetBoardSlot failed.");
+        return kErr;
+    }
+    for (const BoardRow &row : kBoardTable) {
+        if (row.board_id == id && row.slot == slot) {
+            *boardType = row.board_type;
+            return kOk;
+        }
+    }
+    BSP_LOG(kLogError, "BoardType error in matching BoardId(%d)", id);
+    return kErr;
+}
+
+uint32_t BSP_GetBoardList(BoardListEntry *entries, uint8_t maxCount, uint8_t *count)
+{
+    if (entries == nullptr || count == nullptr) {
+        BSP_LOG(kLogTrace, "Input parameter is null.");
+        return kErr;
+    }
+    *count = 0;
+    if (maxCount == 0) {
+        BSP_LOG(kLogTrace, "Illegal input parameter(%d).", maxCount);
+        return kErr;
+    }
+    for (uint8_t i = 0; i < maxCount; ++i) entries[i] = BoardListEntry{0xFF, 0xFF, 0x000000FF};
+    uint8_t id = kUnknownId;
+    if (BSP_GetBmcBoardId(&id) != kOk) {
+        BSP_LOG(kLogTrace, "Get board id error.");
+        return kErr;
+    }
+    uint8_t n = 0;
+    for (const BoardRow &row : kBoardTable) {
+        if (n >= maxCount) break;
+        if (row.board_id == id) entries[n++] = BoardListEntry{row.board_id, row.slot, row.board_type};
+    }
+    if (n == 0) {
+        BSP_LOG(kLogTrace, "Query result is null(%d).", id);
+        return kErr;
+    }
+    *count = n;
+    return kOk;
+}
+
+uint32_t BSP_isInBoardSet(BoardSet *set, uint8_t value)
+{
+    if (set == nullptr) return 0;
+    // The first answer stays: the sets are only ever asked about this board's own id or type.
+    std::atomic_ref<int32_t> answer(set->answer);
+    int32_t cached = answer.load(std::memory_order_relaxed);
+    if (cached != BSP_BOARD_SET_UNASKED) return static_cast<uint32_t>(cached);
+    const uint8_t *begin = set->values;
+    const uint8_t *end = begin + BSP_BOARD_SET_SIZE;
+    int32_t found = std::find(begin, end, value) != end ? 1 : 0;
+    answer.store(found, std::memory_order_relaxed);
+    return static_cast<uint32_t>(found);
+}
+
+uint32_t BSP_is2u2cCtrlBoard(uint8_t boardId) { return BSP_isInBoardSet(&g_2u2c_board_ids, boardId); }
+
+uint32_t BSP_is2u2cCtrlBoardType(uint8_t boardType) { return BSP_isInBoardSet(&g_2u2c_board_types, boardType); }
+
+uint32_t BSP_IsIdentifiedBoardType(uint8_t boardId)
+{
+    return (contains(kIdentifiedIds, boardId) || BSP_is2u2cCtrlBoard(boardId)) ? 1 : 0;
+}
+
+void BSP_InitBoardTypeGpio(void)
+{
+    // Every board of this build carries the same SoC; only the SMM variants 0x81/0x82 wire
+    // the board-type straps to other pins.
+    uint8_t id = kUnknownId;
+    (void)BSP_GetBmcBoardId(&id);
+    constexpr std::array<uint32_t, 3> kSmmPins = {50, 52, 53};
+    constexpr std::array<uint32_t, 3> kOtherPins = {26, 27, 28};
+    const auto &pins = (id == 0x81 || id == 0x82) ? kSmmPins : kOtherPins;
+    for (uint32_t pin : pins) (void)gpio_init(pin, 0);
+}
+
+uint32_t BSP_isEquipFrameBoard(void)
+{
+    if (!BSP_IsSmmBoard()) {
+        uint16_t frame_type = 0xFF;
+        if (BSP_GetFrameType(&frame_type) != 0) return 0;
+        return contains(kEquipFrameTypes, frame_type) ? 1 : 0;
+    }
+    if (g_smm_equip_frame.known()) return g_smm_equip_frame.answer();
+
+    // One error word for all attempts and both phases: once a call has failed, every later
+    // attempt counts as failed too.
+    uint32_t error = 0;
+    bool initialised = false;
+    for (int attempt = 0; attempt < kSmmEquipAttempts && !initialised; ++attempt) {
+        for (uint32_t pin : kSmmEquipPins) error |= static_cast<uint32_t>(gpio_init(pin, 0));
+        initialised = error == 0;
+    }
+    if (!initialised) {
+        BSP_LOG(kLogError, "Gpio(v6:128~130,c+:42~44) init failed");
+        return 0;
+    }
+    for (int attempt = 0; attempt < kSmmEquipAttempts; ++attempt) {
+        std::array<uint8_t, 3> level = {0, 0, 0};
+        for (size_t i = 0; i < kSmmEquipPins.size(); ++i) {
+            error |= static_cast<uint32_t>(gpio_read(kSmmEquipPins[i], &level[i], 0));
+        }
+        if (error == 0) {
+            bool all_low = level[0] == 0 && level[1] == 0 && level[2] == 0;
+            g_smm_equip_frame.set_answer(all_low ? 1 : 0);
+            g_smm_equip_frame.set_known();
+            return g_smm_equip_frame.answer();
+        }
+    }
+    BSP_LOG(kLogError, "Gpio(v6:128~130,c+:42~44) read failed");
+    return 0;
+}
+
+uint32_t BSP_IsManuVersion(void) { return 0; }
+
+uint32_t BSP_IsEsBoard(void) { return 0; }
+
+uint32_t BSP_IsSmmBoard(void) { return cached_id_predicate(g_smm, kSmmIds); }
+
+uint32_t BSP_Is2U2CBoard(void) { return cached_id_predicate(g_2u2c, k2U2CIds); }
+
+uint32_t BSP_IsMiddleBoard(void) { return cached_id_predicate(g_middle, kMiddleIds, OnIdFailure::KeepAnswer); }
+
+uint32_t BSP_Is2UExpBoard(void) { return cached_id_predicate(g_2uexp, k2UExpIds); }
+
+uint32_t BSP_Is2UBoard(void)
+{
+    if (g_2u.known()) return g_2u.answer();
+    uint8_t id = kUnknownId;
+    if (BSP_GetBmcBoardId(&id) != kOk) {
+        g_2u.set_answer(0);
+        return 0;
+    }
+    g_2u.set_known();
+    if (BSP_Is2U2CBoard() || BSP_Is2UExpBoard()) g_2u.set_answer(1);
+    return g_2u.answer();
+}
+
+uint32_t BSP_Is7460SBoard(void) { return cached_id_predicate(g_7460s, k7460SIds); }
+
+uint32_t BSP_Is7460SCtrlBoard(void) { return cached_id_predicate(g_7460s_ctrl, k7460SCtrlIds); }
+
+uint32_t BSP_Is5830Board(void) { return 1; }
+
+uint32_t BSP_Is58204U4CBoard(void) { return cached_id_predicate(g_58204u4c, k58204U4CIds, OnIdFailure::KeepAnswer); }
+
+uint32_t BSP_Is58304U4CBoard(void) { return cached_id_predicate(g_58304u4c, k58304U4CIds, OnIdFailure::KeepAnswer); }
+
+uint32_t BSP_Is4U4CBoard(void) { return (BSP_Is58204U4CBoard() || BSP_Is58304U4CBoard()) ? 1 : 0; }
+
+uint32_t BSP_Is58304u2pBoard(void) { return cached_id_predicate(g_58304u2p, k58304u2pIds); }
+
+uint32_t BSP_Is5830SasBoard(void) { return cached_id_predicate(g_sas, kSasIds); }
+
+uint32_t BSP_Is5830PalmBoard(void) { return cached_id_predicate(g_palm, kPalmIds); }
+
+uint32_t BSP_Is5830PalmMicroBoard(void)
+{
+    if (g_palm_micro.known()) return g_palm_micro.answer();
+    // Known before asking: the OS board id is read at most once per process, even if it fails.
+    g_palm_micro.set_known();
+    g_palm_micro.set_answer((BSP_Is5830PalmBoard() && BSP_GetOsBoardId() == kPalmMicroOsBoardId) ? 1 : 0);
+    return g_palm_micro.answer();
+}
+
+uint32_t BSP_IsLiteBoard(void) { return cached_id_predicate(g_lite, kLiteIds); }
+
+uint32_t BSP_isX86Board(void) { return id_predicate(kX86Ids); }
+
+uint32_t BSP_SingleCpuOrDoubleCpu(void)
+{
+    uint8_t id = kUnknownId;
+    if (BSP_GetBmcBoardId(&id) != kOk) return 0;
+    if (id == 0x2D || id == 0x33 || id == 0x35) return 2;
+    if (id == 0x2E) return 1;
+    return 0;
+}
+
+// Interim: the OS board id comes from CPLD registers that this library does not read yet.
+uint32_t BSP_GetOsBoardId(void) { return kErr; }
+
+}  // extern "C"

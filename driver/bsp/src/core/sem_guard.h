@@ -1,0 +1,48 @@
+// Holds one system-wide process semaphore and gives it back exactly once.
+//
+// The guard gives back on destruction unless release() already did; a caller that must give
+// back before it logs, or must log a failing give with its own text, calls release() and
+// looks at the result. Never hold two guards at once: the semaphores are not ordered.
+#ifndef BSP_CORE_SEM_GUARD_H
+#define BSP_CORE_SEM_GUARD_H
+
+#include <cstdint>
+
+#include "platform/sem.h"
+
+namespace bsp {
+
+// Semaphores shared with the other processes of the management software.
+inline constexpr uint32_t kSemCpldSelfTest = 12;
+inline constexpr uint32_t kSemMastership = 20;
+inline constexpr uint32_t kSemCpldRam = 29;
+inline constexpr uint32_t kSemSoftReset = 38;
+
+class SemGuard {
+public:
+    explicit SemGuard(uint32_t id, int32_t wait_s = BMC_SEM_WAIT_FOREVER)
+        : id_(id), held_(BMC_ProcessMutexSem_P(id, wait_s) == 0)
+    {
+    }
+    ~SemGuard() { (void)release(); }
+    SemGuard(const SemGuard &) = delete;
+    SemGuard &operator=(const SemGuard &) = delete;
+
+    bool held() const { return held_; }
+
+    // Gives the semaphore back now; returns the give's result (0 when nothing was held).
+    int32_t release()
+    {
+        if (!held_) return 0;
+        held_ = false;
+        return BMC_ProcessMutexSem_V(id_);
+    }
+
+private:
+    uint32_t id_;
+    bool held_;
+};
+
+}  // namespace bsp
+
+#endif

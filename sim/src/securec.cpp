@@ -1,0 +1,166 @@
+// Bounded memory and string functions with the platform's semantics. Calls are not recorded
+// (they are not hardware), but any of them can be told to fail.
+#include <cerrno>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "platform/securec.h"
+#include "state.h"
+
+using namespace bspsim;
+using namespace bspsim::detail;
+
+namespace {
+
+constexpr int kErrInvalid = EINVAL;
+constexpr int kErrRange = ERANGE;
+constexpr int kErrOverlap = 54;
+
+bool overlaps(const void *a, size_t alen, const void *b, size_t blen)
+{
+    auto pa = reinterpret_cast<uintptr_t>(a);
+    auto pb = reinterpret_cast<uintptr_t>(b);
+    return pa < pb + blen && pb < pa + alen;
+}
+
+// The string copies share one rule: on failure the destination is left as an empty string.
+int fail_string(char *dest, size_t destMax, int code)
+{
+    if (dest && destMax > 0) dest[0] = '\0';
+    return code;
+}
+
+}  // namespace
+
+extern "C" {
+
+__attribute__((visibility("default"))) int memcpy_s(void *dest, size_t destMax, const void *src, size_t count)
+{
+    int32_t code = 0;
+    if (injected(Op::MemcpyS, kAnyKey, &code)) return code;
+    if (!dest || destMax == 0) return kErrInvalid;
+    if (!src) {
+        std::memset(dest, 0, destMax);
+        return kErrInvalid;
+    }
+    if (count > destMax) {
+        std::memset(dest, 0, destMax);
+        return kErrRange;
+    }
+    if (count > 0 && overlaps(dest, count, src, count)) {
+        std::memset(dest, 0, destMax);
+        return kErrOverlap;
+    }
+    if (count > 0) std::memcpy(dest, src, count);
+    return 0;
+}
+
+__attribute__((visibility("default"))) int memmove_s(void *dest, size_t destMax, const void *src, size_t count)
+{
+    int32_t code = 0;
+    if (injected(Op::MemmoveS, kAnyKey, &code)) return code;
+    if (!dest || destMax == 0) return kErrInvalid;
+    if (!src) {
+        std::memset(dest, 0, destMax);
+        return kErrInvalid;
+    }
+    if (count > destMax) {
+        std::memset(dest, 0, destMax);
+        return kErrRange;
+    }
+    if (count > 0) std::memmove(dest, src, count);
+    return 0;
+}
+
+__attribute__((visibility("default"))) int memset_s(void *dest, size_t destMax, int c, size_t count)
+{
+    int32_t code = 0;
+    if (injected(Op::MemsetS, kAnyKey, &code)) return code;
+    if (!dest || destMax == 0) return kErrInvalid;
+    if (count > destMax) {
+        std::memset(dest, c, destMax);
+        return kErrRange;
+    }
+    std::memset(dest, c, count);
+    return 0;
+}
+
+__attribute__((visibility("default"))) int strcpy_s(char *dest, size_t destMax, const char *src)
+{
+    int32_t code = 0;
+    if (injected(Op::StrcpyS, kAnyKey, &code)) return code;
+    if (!dest || destMax == 0) return kErrInvalid;
+    if (!src) return fail_string(dest, destMax, kErrInvalid);
+    size_t n = strnlen(src, destMax);
+    if (n >= destMax) return fail_string(dest, destMax, kErrRange);
+    if (overlaps(dest, n + 1, src, n + 1)) return fail_string(dest, destMax, kErrOverlap);
+    std::memcpy(dest, src, n + 1);
+    return 0;
+}
+
+__attribute__((visibility("default"))) int strncpy_s(char *dest, size_t destMax, const char *src, size_t count)
+{
+    int32_t code = 0;
+    if (injected(Op::StrncpyS, kAnyKey, &code)) return code;
+    if (!dest || destMax == 0) return kErrInvalid;
+    if (!src) return fail_string(dest, destMax, kErrInvalid);
+    size_t n = strnlen(src, count);
+    if (n >= destMax) return fail_string(dest, destMax, kErrRange);
+    if (overlaps(dest, n + 1, src, n)) return fail_string(dest, destMax, kErrOverlap);
+    std::memcpy(dest, src, n);
+    dest[n] = '\0';
+    return 0;
+}
+
+__attribute__((visibility("default"))) int strncat_s(char *dest, size_t destMax, const char *src, size_t count)
+{
+    int32_t code = 0;
+    if (injected(Op::StrncatS, kAnyKey, &code)) return code;
+    if (!dest || destMax == 0) return kErrInvalid;
+    if (!src) return fail_string(dest, destMax, kErrInvalid);
+    size_t have = strnlen(dest, destMax);
+    if (have >= destMax) return fail_string(dest, destMax, kErrInvalid);
+    size_t n = strnlen(src, count);
+    if (have + n >= destMax) return fail_string(dest, destMax, kErrRange);
+    std::memcpy(dest + have, src, n);
+    dest[have + n] = '\0';
+    return 0;
+}
+
+__attribute__((visibility("default"))) int sprintf_s(char *dest, size_t destMax, const char *fmt, ...)
+{
+    int32_t code = 0;
+    if (injected(Op::SprintfS, kAnyKey, &code)) return code;
+    if (!dest || destMax == 0 || !fmt) return -1;
+    va_list ap;
+    va_start(ap, fmt);
+    int n = std::vsnprintf(dest, destMax, fmt, ap);
+    va_end(ap);
+    if (n < 0 || static_cast<size_t>(n) >= destMax) {
+        dest[0] = '\0';
+        return -1;
+    }
+    return n;
+}
+
+__attribute__((visibility("default"))) int snprintf_s(char *dest, size_t destMax, size_t count, const char *fmt, ...)
+{
+    int32_t code = 0;
+    if (injected(Op::SnprintfS, kAnyKey, &code)) return code;
+    if (!dest || destMax == 0 || !fmt) return -1;
+    size_t limit = count < destMax - 1 ? count : destMax - 1;
+    va_list ap;
+    va_start(ap, fmt);
+    int n = std::vsnprintf(dest, limit + 1, fmt, ap);
+    va_end(ap);
+    if (n < 0) {
+        dest[0] = '\0';
+        return -1;
+    }
+    if (static_cast<size_t>(n) > limit) return -1;
+    return n;
+}
+
+}  // extern "C"

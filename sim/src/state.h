@@ -1,0 +1,179 @@
+// Layout of one simulated board in its shared mapping, and the primitives every simulated
+// device uses: the lock, the record, faults and scripts. Internal to the simulator.
+#ifndef BSPSIM_STATE_H
+#define BSPSIM_STATE_H
+
+#include <pthread.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "bspsim/sim.hpp"
+
+namespace bspsim::detail {
+
+inline constexpr uint32_t kMagic = 0x53505342u;  // "BSPS"
+// Raised whenever the layout changes; a persistent instance of another layout is recreated.
+inline constexpr uint32_t kLayoutVersion = 1;
+
+inline constexpr size_t kCpldRegs = 1024;
+inline constexpr size_t kCpldRamSize = 8192;
+inline constexpr size_t kPins = 256;
+inline constexpr size_t kSems = 64;
+inline constexpr size_t kSysInfoAnswers = 16;
+inline constexpr size_t kMaxEvents = size_t{1} << 16;
+inline constexpr size_t kMaxLogs = 4096;
+inline constexpr size_t kMaxFaults = 64;
+inline constexpr size_t kMaxScripts = 64;
+inline constexpr size_t kScriptLen = 128;
+inline constexpr size_t kMaxProtect = 64;
+inline constexpr size_t kNameLen = 64;
+inline constexpr size_t kLogTextLen = 1280;
+
+// CPLD registers with a RAM window behind them.
+inline constexpr uint32_t kRamAddrLo = 0xBA;
+inline constexpr uint32_t kRamAddrHi = 0xBB;
+inline constexpr uint32_t kRamData = 0xBC;
+
+struct EventRec {
+    uint64_t seq;
+    uint32_t op;
+    int32_t pid;
+    uint32_t a, b, value;
+    int32_t result;
+    uint32_t flags;
+    uint32_t len;
+    uint64_t time_ms;
+    char name[kNameLen];
+};
+
+struct LogRec {
+    uint32_t kind;
+    int32_t level;
+    int32_t line;
+    char file[kNameLen];
+    char text[kLogTextLen];
+};
+
+struct FaultRec {
+    uint32_t op;  // 0: free slot
+    uint32_t key;
+    uint32_t skip;
+    uint32_t count;
+    int32_t code;
+};
+
+struct ScriptRec {
+    uint32_t used;
+    uint32_t source;
+    uint32_t key;
+    uint32_t len;
+    uint32_t pos;
+    uint32_t values[kScriptLen];
+};
+
+struct SysInfoRec {
+    uint32_t used;
+    uint32_t request;
+    uint32_t word;
+};
+
+struct PinRec {
+    uint8_t level;
+    uint8_t initialised;
+    uint8_t direction;
+    uint8_t reserved;
+};
+
+// Register kinds of the CPLD model.
+enum RegKind : uint8_t { kRegPlain = 0, kRegSelfTest = 1 };
+
+struct ProtectRec {
+    uint32_t used;
+    uint32_t reg;
+    uint32_t guard;
+    uint8_t mask;
+    uint8_t guard_mask;
+    uint8_t open_value;
+    uint8_t reserved;
+};
+
+struct CpldState {
+    uint8_t regs[kCpldRegs];
+    uint8_t kind[kCpldRegs];
+    uint8_t last_written[kCpldRegs];  // what a self-test register inverts
+    uint8_t ram[kCpldRamSize];
+    ProtectRec protect[kMaxProtect];
+};
+
+struct State {
+    uint32_t magic;
+    uint32_t version;
+    pthread_mutex_t lock;  // process-shared, robust: a killed process never wedges the board
+    int32_t semid;
+    char profile[256];
+    uint64_t clock_ms;
+    uint64_t event_count;
+    uint64_t log_count;
+    SysInfoRec sysinfo[kSysInfoAnswers];
+    PinRec pins[kPins];
+    CpldState cpld;
+    FaultRec faults[kMaxFaults];
+    ScriptRec scripts[kMaxScripts];
+    EventRec events[kMaxEvents];
+    LogRec logs[kMaxLogs];
+};
+
+// The state of the board this process is attached to (attaching on first use).
+State &state();
+const std::string &instance_dir();
+
+// Holds the board's lock; recovers it when its previous holder died.
+class Lock {
+public:
+    Lock();
+    ~Lock();
+    Lock(const Lock &) = delete;
+    Lock &operator=(const Lock &) = delete;
+};
+
+// Call with the lock held. Appends one event and returns it for the caller to complete.
+EventRec &record(Op op, uint32_t a = 0, uint32_t b = 0, uint32_t value = 0, int32_t result = 0,
+                 const char *name = nullptr);
+// Call with the lock held. True (and *code set) when an armed fault fires for this call.
+bool take_fault(Op op, uint32_t key, int32_t *code);
+// Call with the lock held. True (and *value set) when a script has a value for this read.
+bool take_script(Source source, uint32_t key, uint32_t *value);
+// Appends one captured log line.
+void capture_log(LogLine::Kind kind, int32_t level, const char *file, int32_t line, const char *text);
+
+// Convenience for a whole platform call: lock, fault check, record.
+// Returns true when the call must fail with *code (already recorded).
+bool injected(Op op, uint32_t key, int32_t *code, uint32_t a = 0, uint32_t b = 0, const char *name = nullptr);
+
+// Instance management.
+void create_instance(const std::string &dir, const std::string &profile);
+void load_profile(State &s, const std::string &profile);
+// Back to the profile's contents: clears records, faults and scripts too (lock held).
+void reset_state(State &s);
+std::string resolve_profile(const std::string &profile);
+void set_sysinfo_answer(State &s, uint32_t request, uint32_t word);
+void destroy_instance(const std::string &dir);
+void attach(const std::string &dir);
+void detach();
+
+// Maps a fixed platform path onto the instance directory ("" when the path is not mapped).
+std::string mapped_path(const char *path);
+
+// The real C library functions behind the interposed ones.
+int real_open(const char *path, int flags, unsigned mode);
+
+// CPLD model (lock held).
+uint8_t cpld_read(State &s, uint32_t addr);
+// Returns false when write protection blocked some bit of the write.
+bool cpld_write(State &s, uint32_t addr, uint8_t value, uint8_t mask);
+
+}  // namespace bspsim::detail
+
+#endif

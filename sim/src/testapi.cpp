@@ -1,0 +1,263 @@
+// The C++ test API: create boards, set and inspect their state, script faults, read records.
+#include <sys/sem.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+#include <glib.h>
+
+#include "state.h"
+
+namespace bspsim {
+
+using namespace detail;
+
+namespace {
+
+constexpr std::array<const char *, static_cast<size_t>(Op::Count)> kOpNames = {
+    "none",       "local_bus_read", "local_bus_write", "spi_read",    "spi_write",     "gpio_init",
+    "gpio_read",  "gpio_write",     "dev_open",        "dev_ioctl",   "dev_close",     "sem_p",
+    "sem_v",      "delay",          "file_open",       "file_access", "cpld_get_id",   "cpld_set_num",
+    "memcpy_s",   "memmove_s",      "memset_s",        "strcpy_s",    "strncpy_s",     "strncat_s",
+    "sprintf_s",  "snprintf_s",     "task_mutex",      "termios",
+};
+
+Event to_event(const EventRec &r)
+{
+    Event e;
+    e.seq = r.seq;
+    e.op = static_cast<Op>(r.op);
+    e.pid = r.pid;
+    e.a = r.a;
+    e.b = r.b;
+    e.value = r.value;
+    e.result = r.result;
+    e.flags = r.flags;
+    e.len = r.len;
+    e.time_ms = r.time_ms;
+    e.name = r.name;
+    return e;
+}
+
+}  // namespace
+
+const char *op_name(Op op)
+{
+    auto i = static_cast<size_t>(op);
+    return i < kOpNames.size() ? kOpNames[i] : "?";
+}
+
+std::unique_ptr<Board> Board::create(const std::string &profile)
+{
+    const char *tmp = std::getenv("TMPDIR");
+    std::string templ = std::string(tmp && *tmp ? tmp : "/tmp") + "/bspsim-XXXXXX";
+    std::vector<char> buf(templ.begin(), templ.end());
+    buf.push_back('\0');
+    if (!mkdtemp(buf.data())) throw std::runtime_error("mkdtemp failed");
+    std::string dir = buf.data();
+    create_instance(dir, profile);
+    setenv(kInstanceEnv, dir.c_str(), 1);
+    attach(dir);
+    return std::unique_ptr<Board>(new Board(dir));
+}
+
+Board::~Board()
+{
+    // Only the process that created the board removes it; forked children just leave.
+    detach();
+    destroy_instance(dir_);
+}
+
+std::string Board::profile() const
+{
+    Lock lock;
+    return state().profile;
+}
+
+void Board::reset()
+{
+    Lock lock;
+    reset_state(state());
+}
+
+void Board::set_sysinfo(uint32_t request, uint32_t word)
+{
+    Lock lock;
+    set_sysinfo_answer(state(), request, word);
+}
+
+uint32_t Board::sysinfo(uint32_t request) const
+{
+    Lock lock;
+    for (const auto &a : state().sysinfo) {
+        if (a.used && a.request == request) return a.word;
+    }
+    return 0;
+}
+
+void Board::set_board_id(uint8_t id) { set_sysinfo(0x80047306u, static_cast<uint32_t>(id) << 4); }
+
+void Board::set_pin(uint32_t pin, uint8_t level)
+{
+    Lock lock;
+    state().pins[pin % kPins].level = level ? 1 : 0;
+}
+
+uint8_t Board::pin(uint32_t pin) const
+{
+    Lock lock;
+    return state().pins[pin % kPins].level;
+}
+
+bool Board::pin_initialised(uint32_t pin) const
+{
+    Lock lock;
+    return state().pins[pin % kPins].initialised != 0;
+}
+
+uint32_t Board::pin_direction(uint32_t pin) const
+{
+    Lock lock;
+    return state().pins[pin % kPins].direction;
+}
+
+uint8_t Board::reg(uint32_t addr) const
+{
+    Lock lock;
+    return state().cpld.regs[addr % kCpldRegs];
+}
+
+void Board::set_reg(uint32_t addr, uint8_t value)
+{
+    Lock lock;
+    state().cpld.regs[addr % kCpldRegs] = value;
+}
+
+uint8_t Board::ram(uint32_t addr) const
+{
+    Lock lock;
+    return state().cpld.ram[addr % kCpldRamSize];
+}
+
+void Board::set_ram(uint32_t addr, uint8_t value)
+{
+    Lock lock;
+    state().cpld.ram[addr % kCpldRamSize] = value;
+}
+
+void Board::protect(uint32_t reg, uint8_t mask, uint32_t guard, uint8_t guard_mask, uint8_t open_value)
+{
+    Lock lock;
+    for (auto &p : state().cpld.protect) {
+        if (!p.used) {
+            p = ProtectRec{1, static_cast<uint32_t>(reg % kCpldRegs), static_cast<uint32_t>(guard % kCpldRegs), mask, guard_mask, open_value, 0};
+            return;
+        }
+    }
+    throw std::runtime_error("too many protect rules");
+}
+
+void Board::make_self_test(uint32_t reg)
+{
+    Lock lock;
+    state().cpld.kind[reg % kCpldRegs] = kRegSelfTest;
+}
+
+int Board::sem_value(uint32_t id) const { return semctl(state().semid, static_cast<int>(id), GETVAL); }
+
+void Board::fail(Op op, uint32_t count, int32_t code, uint32_t key, uint32_t skip)
+{
+    Lock lock;
+    for (auto &f : state().faults) {
+        if (f.op == 0) {
+            f = FaultRec{static_cast<uint32_t>(op), key, skip, count, code};
+            return;
+        }
+    }
+    throw std::runtime_error("too many faults armed");
+}
+
+void Board::clear_faults()
+{
+    Lock lock;
+    std::memset(state().faults, 0, sizeof state().faults);
+}
+
+void Board::script(Source source, uint32_t key, const std::vector<uint32_t> &values)
+{
+    if (values.size() > kScriptLen) throw std::runtime_error("script too long");
+    Lock lock;
+    for (auto &sc : state().scripts) {
+        if (!sc.used) {
+            sc.used = 1;
+            sc.source = static_cast<uint32_t>(source);
+            sc.key = key;
+            sc.len = static_cast<uint32_t>(values.size());
+            sc.pos = 0;
+            std::copy(values.begin(), values.end(), sc.values);
+            return;
+        }
+    }
+    throw std::runtime_error("too many scripts");
+}
+
+std::vector<Event> Board::events() const
+{
+    Lock lock;
+    const State &s = state();
+    std::vector<Event> out;
+    uint64_t first = s.event_count > kMaxEvents ? s.event_count - kMaxEvents : 0;
+    for (uint64_t i = first; i < s.event_count; ++i) out.push_back(to_event(s.events[i % kMaxEvents]));
+    return out;
+}
+
+std::vector<Event> Board::events(Op op) const
+{
+    std::vector<Event> out;
+    for (auto &e : events()) {
+        if (e.op == op) out.push_back(e);
+    }
+    return out;
+}
+
+void Board::clear_events()
+{
+    Lock lock;
+    state().event_count = 0;
+}
+
+std::vector<LogLine> Board::logs() const
+{
+    Lock lock;
+    const State &s = state();
+    std::vector<LogLine> out;
+    uint64_t first = s.log_count > kMaxLogs ? s.log_count - kMaxLogs : 0;
+    for (uint64_t i = first; i < s.log_count; ++i) {
+        const LogRec &r = s.logs[i % kMaxLogs];
+        out.push_back(LogLine{static_cast<LogLine::Kind>(r.kind), r.level, r.file, r.line, r.text});
+    }
+    return out;
+}
+
+void Board::clear_logs()
+{
+    Lock lock;
+    state().log_count = 0;
+}
+
+uint64_t Board::now_ms() const
+{
+    Lock lock;
+    return state().clock_ms;
+}
+
+std::string Board::path_of(const std::string &fixed_path) const
+{
+    std::string mapped = mapped_path(fixed_path.c_str());
+    return mapped.empty() ? fixed_path : mapped;
+}
+
+}  // namespace bspsim

@@ -1,0 +1,168 @@
+// bspctl status: what board this is, as the library sees it.
+#include <cstdio>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "bmc_bsp.h"
+#include "bspctl.h"
+
+namespace bspctl {
+namespace {
+
+struct Predicate {
+    const char *name;
+    uint32_t (*fn)(void);
+};
+
+const Predicate kPredicates[] = {
+    {"BSP_IsSmmBoard", BSP_IsSmmBoard},
+    {"BSP_Is2U2CBoard", BSP_Is2U2CBoard},
+    {"BSP_IsMiddleBoard", BSP_IsMiddleBoard},
+    {"BSP_Is2UExpBoard", BSP_Is2UExpBoard},
+    {"BSP_Is2UBoard", BSP_Is2UBoard},
+    {"BSP_Is7460SBoard", BSP_Is7460SBoard},
+    {"BSP_Is7460SCtrlBoard", BSP_Is7460SCtrlBoard},
+    {"BSP_Is5830Board", BSP_Is5830Board},
+    {"BSP_Is58204U4CBoard", BSP_Is58204U4CBoard},
+    {"BSP_Is58304U4CBoard", BSP_Is58304U4CBoard},
+    {"BSP_Is4U4CBoard", BSP_Is4U4CBoard},
+    {"BSP_Is58304u2pBoard", BSP_Is58304u2pBoard},
+    {"BSP_Is5830SasBoard", BSP_Is5830SasBoard},
+    {"BSP_Is5830PalmBoard", BSP_Is5830PalmBoard},
+    {"BSP_IsLiteBoard", BSP_IsLiteBoard},
+    {"BSP_isX86Board", BSP_isX86Board},
+};
+
+struct Report {
+    bool id_ok = false;
+    uint8_t id = 0xFF;
+    uint32_t id_status = 0;
+    bool type_ok = false;
+    uint32_t type = 0;
+    std::string type_why;
+    std::string enclosure;
+    std::string board;
+    uint32_t cpus = 0;
+    std::vector<std::pair<const char *, uint32_t>> predicates;
+    std::vector<BoardListEntry> rows;
+};
+
+Report collect()
+{
+    Report r;
+    r.id_status = BSP_GetBmcBoardId(&r.id);
+    r.id_ok = r.id_status == 0;
+    if (!r.id_ok) {
+        r.type_why = "the board id cannot be read";
+    } else if (BSP_GetBmcBoardType(&r.type) == 0) {
+        r.type_ok = true;
+    } else if (!BSP_IsIdentifiedBoardType(r.id)) {
+        r.type_why = "the board id is not one this library knows";
+    } else {
+        uint8_t slot = 0xFF;
+        r.type_why = BSP_GetBoardSlot(&slot) != 0 ? "the slot of this board is not known yet"
+                                                  : "no board-table row for this id in this slot";
+    }
+    if (BSP_IsSmmBoard()) {
+        r.enclosure = "system management module";
+    } else if (BSP_Is4U4CBoard()) {
+        r.enclosure = "4U four-controller";
+    } else if (BSP_Is2U2CBoard()) {
+        r.enclosure = "2U two-controller";
+    } else if (BSP_Is2UExpBoard()) {
+        r.enclosure = "2U expansion";
+    } else {
+        r.enclosure = "unknown";
+    }
+    if (BSP_IsSmmBoard()) {
+        r.board = "SMM";
+    } else if (BSP_Is2UExpBoard()) {
+        r.board = "expansion board";
+    } else if (BSP_isX86Board()) {
+        r.board = "x86 controller";
+    } else if (r.id_ok && BSP_IsIdentifiedBoardType(r.id)) {
+        r.board = "Arm controller";
+    } else {
+        r.board = "unknown";
+    }
+    r.cpus = BSP_SingleCpuOrDoubleCpu();
+    for (const Predicate &p : kPredicates) r.predicates.emplace_back(p.name, p.fn());
+    BoardListEntry entries[8];
+    uint8_t count = 0;
+    if (BSP_GetBoardList(entries, 8, &count) == 0) r.rows.assign(entries, entries + count);
+    return r;
+}
+
+void print_text(const Report &r)
+{
+    if (r.id_ok) {
+        std::printf("board id:      %s\n", hex(r.id).c_str());
+    } else {
+        std::printf("board id:      unknown (status %s)\n", hex(r.id_status, 8).c_str());
+    }
+    if (r.type_ok) {
+        std::printf("board type:    %s\n", hex(r.type).c_str());
+    } else {
+        std::printf("board type:    unknown: %s\n", r.type_why.c_str());
+    }
+    std::printf("enclosure:     %s\n", r.enclosure.c_str());
+    std::printf("board:         %s", r.board.c_str());
+    if (r.cpus) std::printf(" (%u CPU%s)", r.cpus, r.cpus == 1 ? "" : "s");
+    std::printf("\n\npredicates:\n");
+    for (const auto &[name, value] : r.predicates) std::printf("  %-24s %u\n", name, value);
+    std::printf("\nboard table rows for this id:\n");
+    if (r.rows.empty()) std::printf("  none\n");
+    for (const BoardListEntry &e : r.rows) {
+        std::printf("  slot %u -> board type %s\n", e.slot, hex(e.boardType).c_str());
+    }
+}
+
+void print_json(const Report &r)
+{
+    std::printf("{\n");
+    if (r.id_ok) {
+        std::printf("  \"board_id\": %u,\n", r.id);
+    } else {
+        std::printf("  \"board_id\": null,\n  \"board_id_status\": %u,\n", r.id_status);
+    }
+    if (r.type_ok) {
+        std::printf("  \"board_type\": %u,\n", r.type);
+    } else {
+        std::printf("  \"board_type\": null,\n  \"board_type_reason\": \"%s\",\n", json_escape(r.type_why).c_str());
+    }
+    std::printf("  \"enclosure\": \"%s\",\n", json_escape(r.enclosure).c_str());
+    std::printf("  \"board\": \"%s\",\n", json_escape(r.board).c_str());
+    std::printf("  \"cpus\": %u,\n", r.cpus);
+    std::printf("  \"predicates\": {");
+    for (size_t i = 0; i < r.predicates.size(); ++i) {
+        std::printf("%s\n    \"%s\": %u", i ? "," : "", r.predicates[i].first, r.predicates[i].second);
+    }
+    std::printf("\n  },\n  \"board_table\": [");
+    for (size_t i = 0; i < r.rows.size(); ++i) {
+        std::printf("%s\n    {\"board_id\": %u, \"slot\": %u, \"board_type\": %u}", i ? "," : "", r.rows[i].boardId,
+                    r.rows[i].slot, r.rows[i].boardType);
+    }
+    std::printf("\n  ]\n}\n");
+}
+
+int run(const Options &opts, const Args &args)
+{
+    if (!args.empty()) return fail("status takes no arguments");
+    Report r = collect();
+    if (opts.json) {
+        print_json(r);
+    } else {
+        print_text(r);
+    }
+    return 0;
+}
+
+const Register reg({"status", "report what board this is",
+                    "usage: bspctl [-p PROFILE] [--json] status\n"
+                    "  Prints the board id, the board type (or why it is not known), the kind of\n"
+                    "  enclosure and board the predicates report, and the board-table rows of the id.\n",
+                    run});
+
+}  // namespace
+}  // namespace bspctl
