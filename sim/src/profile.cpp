@@ -143,6 +143,34 @@ void apply_profile(State &s, const std::string &path, int depth)
         }
         bad_profile(path, "too many protect rules");
     });
+    // [object:NAME]: class=CLASS; PROP=gvariant text; PROP=ref:OBJECT; hw.PROP=gvariant text;
+    // accessor.PROP=NAME.
+    gsize ngroups = 0;
+    gchar **groups = g_key_file_get_groups(kf, &ngroups);
+    for (gsize g = 0; g < ngroups; ++g) {
+        if (!g_str_has_prefix(groups[g], "object:")) continue;
+        const char *obj_name = groups[g] + std::strlen("object:");
+        gchar *cls = g_key_file_get_string(kf, groups[g], "class", nullptr);
+        int obj = find_object(s, obj_name);
+        if (obj < 0) obj = add_object(s, obj_name, cls ? cls : "");
+        g_free(cls);
+        if (obj < 0) bad_profile(path, "too many objects");
+        each_key(kf, path, groups[g], [&](const char *key, const char *value) {
+            if (std::strcmp(key, "class") == 0) return;
+            bool ok;
+            if (g_str_has_prefix(key, "hw.")) {
+                ok = set_prop(s, static_cast<uint32_t>(obj), key + 3, kPropHardware, value);
+            } else if (g_str_has_prefix(key, "accessor.")) {
+                ok = set_prop(s, static_cast<uint32_t>(obj), key + 9, kPropAccessor, value);
+            } else if (g_str_has_prefix(value, "ref:")) {
+                ok = set_prop(s, static_cast<uint32_t>(obj), key, kPropReference, value + 4);
+            } else {
+                ok = set_prop(s, static_cast<uint32_t>(obj), key, kPropValue, value);
+            }
+            if (!ok) bad_profile(path, std::string("bad property ") + obj_name + "." + key + " = " + value);
+        });
+    }
+    g_strfreev(groups);
     g_key_file_free(kf);
 }
 
@@ -175,6 +203,8 @@ void reset_state(State &s)
     std::memset(&s.cpld, 0, sizeof s.cpld);
     std::memset(s.faults, 0, sizeof s.faults);
     std::memset(s.scripts, 0, sizeof s.scripts);
+    std::memset(s.objects, 0, sizeof s.objects);
+    std::memset(s.props, 0, sizeof s.props);
     load_profile(s, profile);
 }
 

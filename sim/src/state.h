@@ -15,7 +15,7 @@ namespace bspsim::detail {
 
 inline constexpr uint32_t kMagic = 0x53505342u;  // "BSPS"
 // Raised whenever the layout changes; a persistent instance of another layout is recreated.
-inline constexpr uint32_t kLayoutVersion = 1;
+inline constexpr uint32_t kLayoutVersion = 2;
 
 inline constexpr size_t kCpldRegs = 1024;
 inline constexpr size_t kCpldRamSize = 8192;
@@ -30,6 +30,9 @@ inline constexpr size_t kScriptLen = 128;
 inline constexpr size_t kMaxProtect = 64;
 inline constexpr size_t kNameLen = 64;
 inline constexpr size_t kLogTextLen = 1280;
+inline constexpr size_t kMaxObjects = 256;
+inline constexpr size_t kMaxProps = 2048;
+inline constexpr size_t kValueTextLen = 512;
 
 // CPLD registers with a RAM window behind them.
 inline constexpr uint32_t kRamAddrLo = 0xBA;
@@ -107,6 +110,29 @@ struct CpldState {
     ProtectRec protect[kMaxProtect];
 };
 
+// Objects of the management framework.
+struct ObjectRec {
+    uint32_t used;
+    char name[kNameLen];
+    char cls[kNameLen];
+};
+
+// What a property record holds.
+enum PropKind : uint32_t {
+    kPropValue = 0,     // stored value, GVariant text format with type annotations
+    kPropHardware = 1,  // value read from the hardware source
+    kPropReference = 2, // name of the referenced object
+    kPropAccessor = 3,  // name of the accessor
+};
+
+struct PropRec {
+    uint32_t used;
+    uint32_t object;  // index into objects
+    uint32_t kind;
+    char name[kNameLen];
+    char text[kValueTextLen];
+};
+
 struct State {
     uint32_t magic;
     uint32_t version;
@@ -119,6 +145,8 @@ struct State {
     SysInfoRec sysinfo[kSysInfoAnswers];
     PinRec pins[kPins];
     CpldState cpld;
+    ObjectRec objects[kMaxObjects];
+    PropRec props[kMaxProps];
     FaultRec faults[kMaxFaults];
     ScriptRec scripts[kMaxScripts];
     EventRec events[kMaxEvents];
@@ -162,6 +190,13 @@ void set_sysinfo_answer(State &s, uint32_t request, uint32_t word);
 void destroy_instance(const std::string &dir);
 void attach(const std::string &dir);
 void detach();
+
+// Framework objects (lock held). Handles are kHandleBase + index; 0 is never a handle.
+inline constexpr uint64_t kHandleBase = 0x1000;
+int find_object(const State &s, const char *name);
+int add_object(State &s, const char *name, const char *cls);
+PropRec *find_prop(State &s, uint32_t object, const char *name, PropKind kind);
+bool set_prop(State &s, uint32_t object, const char *name, PropKind kind, const char *text);
 
 // Maps a fixed platform path onto the instance directory ("" when the path is not mapped).
 std::string mapped_path(const char *path);

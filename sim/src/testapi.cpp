@@ -22,7 +22,9 @@ constexpr std::array<const char *, static_cast<size_t>(Op::Count)> kOpNames = {
     "gpio_read",  "gpio_write",     "dev_open",        "dev_ioctl",   "dev_close",     "sem_p",
     "sem_v",      "delay",          "file_open",       "file_access", "cpld_get_id",   "cpld_set_num",
     "memcpy_s",   "memmove_s",      "memset_s",        "strcpy_s",    "strncpy_s",     "strncat_s",
-    "sprintf_s",  "snprintf_s",     "task_mutex",      "termios",
+    "sprintf_s",  "snprintf_s",     "task_mutex",      "termios",     "dfl_get_handle", "dfl_get_name",
+    "dfl_get_list", "dfl_get_ref",  "dfl_get_prop",    "dfl_set_prop", "dfl_get_hw",    "dfl_get_accessor",
+    "dfl_call_method", "dfl_block_read", "dfl_block_write", "dfl_chip_bytewrite", "dfl_reboot", "dal_get_string",
 };
 
 Event to_event(const EventRec &r)
@@ -164,6 +166,62 @@ void Board::make_self_test(uint32_t reg)
 {
     Lock lock;
     state().cpld.kind[reg % kCpldRegs] = kRegSelfTest;
+}
+
+uint64_t Board::add_object(const std::string &name, const std::string &cls)
+{
+    Lock lock;
+    int i = detail::add_object(state(), name.c_str(), cls.c_str());
+    if (i < 0) throw std::runtime_error("too many objects");
+    return kHandleBase + static_cast<uint64_t>(i);
+}
+
+uint64_t Board::handle_of(const std::string &name) const
+{
+    Lock lock;
+    int i = find_object(state(), name.c_str());
+    return i < 0 ? 0 : kHandleBase + static_cast<uint64_t>(i);
+}
+
+namespace {
+void set_prop_checked(const std::string &object, const std::string &property, PropKind kind, const std::string &text)
+{
+    Lock lock;
+    int i = find_object(state(), object.c_str());
+    if (i < 0) throw std::runtime_error("no object " + object);
+    if (!set_prop(state(), static_cast<uint32_t>(i), property.c_str(), kind, text.c_str())) {
+        throw std::runtime_error("cannot set " + object + "." + property + " to " + text);
+    }
+}
+}  // namespace
+
+void Board::set_property(const std::string &object, const std::string &property, const std::string &text)
+{
+    set_prop_checked(object, property, kPropValue, text);
+}
+
+void Board::set_hardware_value(const std::string &object, const std::string &property, const std::string &text)
+{
+    set_prop_checked(object, property, kPropHardware, text);
+}
+
+void Board::set_reference(const std::string &object, const std::string &property, const std::string &target)
+{
+    set_prop_checked(object, property, kPropReference, target);
+}
+
+void Board::set_accessor(const std::string &object, const std::string &property, const std::string &accessor)
+{
+    set_prop_checked(object, property, kPropAccessor, accessor);
+}
+
+std::string Board::property(const std::string &object, const std::string &property) const
+{
+    Lock lock;
+    int i = find_object(state(), object.c_str());
+    if (i < 0) return {};
+    PropRec *p = find_prop(state(), static_cast<uint32_t>(i), property.c_str(), kPropValue);
+    return p ? p->text : "";
 }
 
 int Board::sem_value(uint32_t id) const { return semctl(state().semid, static_cast<int>(id), GETVAL); }

@@ -142,6 +142,61 @@ BSP_API uint32_t BSP_isX86Board(void);
 /* Number of CPUs of an x86 board: 2 for ids 0x2D, 0x33, 0x35; 1 for 0x2E; 0 otherwise. */
 BSP_API uint32_t BSP_SingleCpuOrDoubleCpu(void);
 
+/* ============================================================== CPLD register access */
+
+/* The four hubs. Addresses are 0..1023, bits 0..7; a bad argument is refused before any bus
+ * traffic. The path (local bus or SPI) is chosen at every call from the board. */
+
+/* Reads `len` consecutive registers from `addr` into `out` (`len` is not checked). */
+BSP_API uint32_t BSP_ReadCpldBytes(uint32_t addr, uint32_t len, uint8_t *out);
+/* Writes one register. */
+BSP_API uint32_t BSP_WriteCpldByte(uint32_t addr, uint8_t value);
+/* Reads one bit into `*out` as 0 or 1. */
+BSP_API uint32_t BSP_ReadCpldBit(uint32_t addr, uint32_t bit, uint8_t *out);
+/* Writes one bit (non-zero `value` sets it). */
+BSP_API uint32_t BSP_WriteCpldBit(uint32_t addr, uint32_t bit, uint8_t value);
+/* As BSP_WriteCpldBit, but on SPI a read-modify-write of the whole byte. For debugging. */
+BSP_API uint32_t BSP_DegWriteCpldBit(uint32_t addr, uint32_t bit, uint8_t value);
+/* 1 when the CPLD object "cpld1" refers through "LBus" to the SPI controller "spi1". */
+BSP_API uint32_t BSP_UseSpi2Cpld(void);
+
+/* Local-bus path: one driver call each, no retry. */
+BSP_API uint32_t BSP_LbReadCpldBytes(uint32_t addr, uint32_t len, uint8_t *out);
+BSP_API uint32_t BSP_LbWriteCpldByte(uint32_t addr, uint8_t value);
+BSP_API uint32_t BSP_LbReadCpldBit(uint32_t addr, uint32_t bit, uint8_t *out);
+BSP_API uint32_t BSP_LbWriteCpldBit(uint32_t addr, uint32_t bit, uint8_t value);
+
+/* SPI path. The *Once functions make one attempt; the others make up to five, 10 ms after
+ * every failed attempt, and return the last attempt's result. */
+BSP_API uint32_t BSP_SpiReadCpldByte(uint32_t addr, uint8_t *out);
+BSP_API uint32_t BSP_SpiReadCpldBytesOnce(uint32_t addr, uint32_t len, uint8_t *out);
+BSP_API uint32_t BSP_SpiReadCpldBitOnce(uint32_t addr, uint32_t bit, uint8_t *out);
+BSP_API uint32_t BSP_SpiWriteCpldByteOnce(uint32_t addr, uint8_t value);
+/* Masked bit write through the framework chip "cpld1"; returns the framework's result. */
+BSP_API uint32_t BSP_SpiDflWriteCpldBitOnce(uint32_t addr, uint32_t bit, uint8_t value);
+BSP_API uint32_t BSP_SpiReadCpldBytes(uint32_t addr, uint32_t len, uint8_t *out);
+BSP_API uint32_t BSP_SpiReadCpldBit(uint32_t addr, uint32_t bit, uint8_t *out);
+BSP_API uint32_t BSP_SpiWriteCpldByte(uint32_t addr, uint8_t value);
+BSP_API uint32_t BSP_SpiDflWriteCpldBit(uint32_t addr, uint32_t bit, uint8_t value);
+/* Read-modify-write of one bit for debugging: `value` is shifted in unreduced. Prints a note
+ * on standard output. */
+BSP_API uint32_t BSP_SpiWriteCpldBit(uint32_t addr, uint32_t bit, uint8_t value);
+
+/* Factory mode: bit 0 of register 0x56, or the fan-board MCU's mode on an SMM board. */
+BSP_API uint32_t BSP_GetEquipMode(uint8_t *mode);
+BSP_API uint32_t BSP_SetEquipMode(uint8_t mode);
+/* The interrupt bit's value; 0 when it cannot be read. */
+BSP_API uint8_t BSP_CpldIntRead(uint32_t addr, uint32_t bit);
+/* Writes 1 then, 5 ms later, 0 to the bit; returns the second write's status. */
+BSP_API uint32_t BSP_CpldIntClear(uint32_t addr, uint32_t bit);
+/* Masks every interrupt (0xFF to registers 0xC0 and 0xC1); returns the second write's status. */
+BSP_API uint32_t BSP_CpldIntMask(void);
+/* Validity flag of serial-data channel 0..3 (bit of register 0x1AC); 0 when unknown. */
+BSP_API uint8_t BSP_CpldSerialDataValidityCheck(uint8_t channel);
+/* Debounced read of the noisy registers 0x29, 0x33 and 0x1D2..0x1D9: three samples 3 ms
+ * apart must agree (at most 50 extra reads); other registers are read plainly. */
+BSP_API uint32_t BSP_ReadCpldByteForTdm(uint32_t addr, uint32_t len, uint8_t *out);
+
 /* ============================================================= board presence and status */
 
 /* 24-bit OS board id from the CPLD. Not built yet: answers 0xFFFFFFFF. */
@@ -156,6 +211,13 @@ BSP_API int32_t BSP_GetBoardSlot(uint8_t *slot);
 
 /* Frame type (6 bits). Not built yet: fails with -1 without touching anything. */
 BSP_API int32_t BSP_GetFrameType(uint16_t *type);
+
+/* ==================================================== fan-board MCU and cooling state */
+
+/* Factory mode kept by the SMM's fan-board MCU. Not built yet: leaves `*mode` as it was. */
+BSP_API void BSP_GetSmmMcuMode(uint8_t *mode);
+/* Not built yet: fails with -1 without touching anything. */
+BSP_API int32_t BSP_SetSmmMcuMode(uint8_t mode);
 
 #ifdef __cplusplus
 }

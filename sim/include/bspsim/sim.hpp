@@ -46,6 +46,21 @@ enum class Op : uint32_t {
     SnprintfS,
     TaskMutexCreate,
     Termios,        // a = device, b = 0 get / 1 set
+    // The object framework: a = object handle (low 32 bits), name = "object.property".
+    DflGetHandle,   // name = object name
+    DflGetName,
+    DflGetList,     // name = class
+    DflGetRef,
+    DflGetProp,
+    DflSetProp,     // b = option
+    DflGetHw,       // b = option
+    DflGetAccessor,
+    DflCallMethod,  // name = "object.method"
+    DflBlockRead,   // b = offset, len = length
+    DflBlockWrite,  // b = offset, len = length
+    DflChipByteWrite, // name = chip, a = offset, b = mask, value = byte
+    DflReboot,
+    DalGetString,
     Count
 };
 
@@ -123,6 +138,17 @@ public:
     void protect(uint32_t reg, uint8_t mask, uint32_t guard, uint8_t guard_mask, uint8_t open_value);
     // The register answers the complement of the last value written to it.
     void make_self_test(uint32_t reg);
+
+    // Framework objects. Values are GVariant text with type annotations ("byte 0x05",
+    // "uint16 7", "'text'", "@ay [0x01, 0x02]").
+    uint64_t add_object(const std::string &name, const std::string &cls);
+    uint64_t handle_of(const std::string &name) const;  // 0 when unknown
+    void set_property(const std::string &object, const std::string &property, const std::string &gvariant_text);
+    void set_hardware_value(const std::string &object, const std::string &property, const std::string &gvariant_text);
+    void set_reference(const std::string &object, const std::string &property, const std::string &target);
+    void set_accessor(const std::string &object, const std::string &property, const std::string &accessor);
+    // Stored value as GVariant text ("" when the property does not exist).
+    std::string property(const std::string &object, const std::string &property) const;
 
     // Semaphores: current value of semaphore `id` (1 = free, 0 = held).
     int sem_value(uint32_t id) const;
