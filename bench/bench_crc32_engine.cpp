@@ -5,7 +5,7 @@
 // read()-then-checksum loop does.  Keep runs short on small machines, e.g.
 //   bench_crc32_engine --benchmark_min_time=0.2
 
-#include "crc32_engine.h"
+#include "core/crc32_engine.h"
 
 #include <benchmark/benchmark.h>
 

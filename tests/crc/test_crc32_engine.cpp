@@ -3,7 +3,7 @@
 // registers, and the reference itself is pinned to published check values
 // and to algebraic properties that do not depend on any implementation.
 
-#include "crc32_engine.h"
+#include "core/crc32_engine.h"
 
 #include <gtest/gtest.h>
 
@@ -80,7 +80,7 @@ constexpr KnownVector kKnownVectors[] = {
     {"check, zero init, complemented", "123456789", 0x00000000u, true, 0x765E7680u},
     {"empty input leaves the register alone", "", 0x12345678u, false, 0x12345678u},
     {"a lone 0x01 byte yields the polynomial", "\x01", 0x00000000u, false, 0x04C11DB7u},
-    {"zero bytes into a zero register stay zero", std::string_view("\0\0\0\0\0\0\0", 7), 0x00000000u,
+    {"zero bytes into a zero register stay zero", std::string_view("\0\0\0\0\0\0\0", 7), 0u,
      false, 0u},
 };
 
@@ -160,17 +160,18 @@ TEST_P(Crc32PathTest, StrideBoundariesMatchReference) {
     }
 }
 
-// Random lengths up to 6 MiB at random positions inside one buffer.
+// Random lengths up to 4 MiB at random positions inside one buffer.
 TEST_P(Crc32PathTest, RandomLengthsOffsetsAndInitsMatchReference) {
-    constexpr size_t kMax = 6u << 20;
+    constexpr size_t kMax = 4u << 20;
     const auto data = random_bytes(kMax + 4096, 41);
     std::mt19937_64 rng(42);
-    for (int i = 0; i < 40; ++i) {
+    for (int i = 0; i < 32; ++i) {
         // Mostly spread over the whole range, with some below 64 KiB.
         const size_t n = (i % 4 == 0) ? rng() % 65536 : rng() % kMax;
         const size_t offset = rng() % (data.size() - n + 1);
         const auto init = static_cast<uint32_t>(rng());
-        ASSERT_EQ(run(init, data.data() + offset, n), crc32_reference(init, data.data() + offset, n))
+        const uint8_t *p = data.data() + offset;
+        ASSERT_EQ(run(init, p, n), crc32_reference(init, p, n))
             << "length " << n << " offset " << offset << " init " << init;
     }
 }
@@ -230,7 +231,8 @@ TEST_P(Crc32PathTest, SingleBitFlipsMatchReference) {
 TEST_P(Crc32PathTest, AgreesWithSystemCksum) {
     const auto data = random_bytes((3u << 20) + 77, 71);
     const char *tmpdir = std::getenv("TMPDIR");
-    std::string path = std::string(tmpdir && *tmpdir ? tmpdir : "/tmp") + "/crc32_engine_test_XXXXXX";
+    std::string path = std::string(tmpdir && *tmpdir ? tmpdir : "/tmp");
+    path += "/crc32_engine_test_XXXXXX";
     const int fd = mkstemp(path.data());
     ASSERT_GE(fd, 0);
     FILE *f = fdopen(fd, "wb");
@@ -312,7 +314,8 @@ TEST(Crc32Dispatch, ForcedPathRunsItsOwnFunction) {
 TEST(Crc32Dispatch, PathNamesAreDistinct) {
     for (size_t i = 0; i < std::size(kAllPaths); ++i)
         for (size_t j = i + 1; j < std::size(kAllPaths); ++j)
-            EXPECT_STRNE(bsp::crc::crc32_path_name(kAllPaths[i]), bsp::crc::crc32_path_name(kAllPaths[j]));
+            EXPECT_STRNE(bsp::crc::crc32_path_name(kAllPaths[i]),
+                         bsp::crc::crc32_path_name(kAllPaths[j]));
 }
 
 // crc32_update and every forced path agree with the reference, including

@@ -22,6 +22,7 @@ struct Command {
     const char *summary;
     const char *usage;  // full help text of the command
     int (*run)(const Options &opts, const Args &args);
+    bool needs_board = true;  // false: runs without attaching to a simulated board
 };
 
 // Commands register themselves at start-up from their own files.

@@ -138,7 +138,7 @@ int main(int argc, char **argv)
             }
         }
         bspsim::set_log_echo(opts.verbose);
-        if (name != "sim") bspsim::attach_persistent(opts.profile);
+        if (c.needs_board && name != "sim") bspsim::attach_persistent(opts.profile);
         return c.run(opts, rest);
     }
     usage(stderr);
