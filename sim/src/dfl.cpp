@@ -1,10 +1,13 @@
 // The management framework's objects and properties, on the board model.
 //
 // Values are kept as GVariant text with type annotations, so they live in the shared mapping
-// like the rest of the board. The getters hand out a new reference the caller owns; the setter
-// only reads the caller's value and never takes its reference.
+// like the rest of the board. Every value handed out (getters, method outputs) is a new
+// reference the caller owns, counted until its last reference goes (live_values()); the setter
+// and the method calls only read the caller's values and never take their references.
 #include <glib.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -50,7 +53,7 @@ bool set_prop(State &s, uint32_t object, const char *name, PropKind kind, const 
     if (kind == kPropValue || kind == kPropHardware) {
         GVariant *v = g_variant_parse(nullptr, text, nullptr, nullptr, nullptr);
         if (!v) return false;
-        g_variant_unref(g_variant_ref_sink(v));
+        g_variant_unref(v);
     }
     if (std::strlen(text) >= kValueTextLen) return false;
     PropRec *p = find_prop(s, object, name, kind);
@@ -71,6 +74,92 @@ bool set_prop(State &s, uint32_t object, const char *name, PropKind kind, const 
     return true;
 }
 
+bool valid_outputs(const char *text)
+{
+    if (!text || std::strlen(text) >= kValueTextLen) return false;
+    GVariant *v = g_variant_parse(nullptr, text, nullptr, nullptr, nullptr);
+    if (!v) return false;
+    bool tuple = g_variant_is_of_type(v, G_VARIANT_TYPE_TUPLE);
+    g_variant_unref(v);
+    return tuple;
+}
+
+namespace {
+
+MethodRec *find_method(State &s, uint32_t object, const char *cls, const char *name)
+{
+    for (auto &m : s.dfl.methods) {
+        if (!m.used || m.object != object || std::strcmp(m.name, name) != 0) continue;
+        if (object != kClassScope || std::strcmp(m.cls, cls) == 0) return &m;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+bool set_method(State &s, uint32_t object, const char *cls, const char *name, const char *outputs)
+{
+    if (!name || !*name || !valid_outputs(outputs)) return false;
+    if (object == kClassScope && (!cls || !*cls)) return false;
+    MethodRec *m = find_method(s, object, cls, name);
+    if (!m) {
+        auto free_slot = std::find_if(std::begin(s.dfl.methods), std::end(s.dfl.methods),
+                                      [](const MethodRec &r) { return !r.used; });
+        if (free_slot == std::end(s.dfl.methods)) return false;
+        m = &*free_slot;
+        m->used = 1;
+        m->object = object;
+        g_strlcpy(m->cls, object == kClassScope ? cls : "", sizeof m->cls);
+        g_strlcpy(m->name, name, sizeof m->name);
+    }
+    g_strlcpy(m->answer, outputs, sizeof m->answer);
+    m->script_len = 0;
+    m->script_pos = 0;
+    return true;
+}
+
+MethodRec *answering_method(State &s, uint32_t object, const char *name)
+{
+    if (!name || object >= kMaxObjects || !s.objects[object].used) return nullptr;
+    if (MethodRec *own = find_method(s, object, "", name)) return own;
+    return find_method(s, kClassScope, s.objects[object].cls, name);
+}
+
+BlockRec *find_block(State &s, uint32_t object, const char *name)
+{
+    if (!name) return nullptr;
+    for (auto &b : s.dfl.blocks) {
+        if (b.used && b.object == object && std::strcmp(b.name, name) == 0) return &b;
+    }
+    return nullptr;
+}
+
+bool set_block(State &s, uint32_t object, const char *name, const uint8_t *bytes, size_t size)
+{
+    if (!name || !*name || size > kBlockPoolSize) return false;
+    BlockRec *b = find_block(s, object, name);
+    if (!b) {
+        auto free_slot = std::find_if(std::begin(s.dfl.blocks), std::end(s.dfl.blocks),
+                                      [](const BlockRec &r) { return !r.used; });
+        if (free_slot == std::end(s.dfl.blocks)) return false;
+        b = &*free_slot;
+        *b = BlockRec{};
+        b->object = object;
+        g_strlcpy(b->name, name, sizeof b->name);
+    }
+    if (size > b->capacity) {
+        // A block that grows moves to fresh pool space; the old space is reclaimed by a reset.
+        if (size > kBlockPoolSize - s.dfl.pool_used) return false;
+        b->start = s.dfl.pool_used;
+        b->capacity = static_cast<uint32_t>(size);
+        s.dfl.pool_used += static_cast<uint32_t>(size);
+    }
+    b->used = 1;
+    b->size = static_cast<uint32_t>(size);
+    if (size > 0) std::memcpy(s.dfl.pool + b->start, bytes, size);
+    return true;
+}
+
 }  // namespace bspsim::detail
 
 using namespace bspsim;
@@ -78,9 +167,39 @@ using namespace bspsim::detail;
 
 namespace {
 
-constexpr int32_t kNoObject = -2;
-constexpr int32_t kNoProperty = -3;
-constexpr int32_t kBadValue = -4;
+constexpr int32_t kNoObject = kDflNoObject;
+constexpr int32_t kNoProperty = kDflNoProperty;
+constexpr int32_t kBadValue = kDflBadValue;
+
+// Values handed out in this process and not yet released: the serialised bytes of each value
+// carry a release hook, which runs when the value's last reference (or child) goes.
+std::atomic<size_t> g_live_values{0};
+
+void release_bytes(gpointer data)
+{
+    g_free(data);
+    g_live_values.fetch_sub(1, std::memory_order_relaxed);
+}
+
+// A counted copy of `v`: a new, non-floating reference owned by the caller.
+GVariant *hand_out(GVariant *v)
+{
+    gsize size = g_variant_get_size(v);
+    gpointer copy = g_malloc(size > 0 ? size : 1);
+    if (size > 0) g_variant_store(v, copy);
+    GBytes *bytes = g_bytes_new_with_free_func(copy, size, release_bytes, copy);
+    g_live_values.fetch_add(1, std::memory_order_relaxed);
+    GVariant *out = g_variant_ref_sink(g_variant_new_from_bytes(g_variant_get_type(v), bytes, TRUE));
+    g_bytes_unref(bytes);
+    return out;
+}
+
+// A stored text as a value the caller owns (nullptr when the text does not parse). The parser
+// hands out a full, non-floating reference.
+GVariant *parse_text(const char *text)
+{
+    return g_variant_parse(nullptr, text, nullptr, nullptr, nullptr);
+}
 
 // Index of the object behind a handle, or -1.
 int object_of(const State &s, OBJ_HANDLE handle)
@@ -101,36 +220,95 @@ std::string label(const State &s, OBJ_HANDLE handle, const char *what)
 
 uint32_t key_of(OBJ_HANDLE handle) { return static_cast<uint32_t>(handle); }
 
-// Shared by the value and hardware getters.
+// Shared by the value and hardware getters. A property without a hardware source answers the
+// hardware getter with its stored value.
 int32_t get_value(Op op, OBJ_HANDLE handle, const char *property, GVariant **value, uint32_t option, PropKind kind)
 {
     Lock lock;
     State &s = state();
     std::string name = label(s, handle, property);
+    auto done = [&](int32_t result, uint32_t flags) {
+        record(op, key_of(handle), option, 0, result, name.c_str()).flags |= flags;
+        return result;
+    };
     int32_t code = 0;
-    if (take_fault(op, key_of(handle), &code)) {
-        record(op, key_of(handle), option, 0, code, name.c_str()).flags |= kFlagInjected;
-        return code;
-    }
+    if (take_fault(op, key_of(handle), &code)) return done(code, kFlagInjected);
     int obj = object_of(s, handle);
-    if (obj < 0 || !property || !value) {
-        record(op, key_of(handle), option, 0, kNoObject, name.c_str());
-        return kNoObject;
-    }
+    if (obj < 0) return done(kNoObject, 0);
+    if (!value) return done(kBadValue, 0);
     PropRec *p = find_prop(s, static_cast<uint32_t>(obj), property, kind);
     if (!p && kind == kPropHardware) p = find_prop(s, static_cast<uint32_t>(obj), property, kPropValue);
-    if (!p) {
-        record(op, key_of(handle), option, 0, kNoProperty, name.c_str());
-        return kNoProperty;
+    if (!p) return done(kNoProperty, 0);
+    GVariant *v = parse_text(p->text);
+    if (!v) return done(kBadValue, 0);
+    *value = hand_out(v);
+    g_variant_unref(v);
+    return done(0, 0);
+}
+
+// The inputs of a method call as one tuple text, read without taking their references.
+// False when the list holds a null value.
+bool inputs_text(GSList *input, std::string *text)
+{
+    std::string out = "(";
+    uint32_t n = 0;
+    for (GSList *l = input; l; l = l->next, ++n) {
+        if (!l->data) return false;
+        gchar *one = g_variant_print(static_cast<GVariant *>(l->data), TRUE);
+        out += n ? ", " : "";
+        out += one;
+        g_free(one);
     }
-    GVariant *v = g_variant_parse(nullptr, p->text, nullptr, nullptr, nullptr);
-    if (!v) {
-        record(op, key_of(handle), option, 0, kBadValue, name.c_str());
-        return kBadValue;
+    out += n == 1 ? ",)" : ")";
+    *text = out;
+    return true;
+}
+
+void note_call(State &s, uint64_t seq, int obj, const char *method, const std::string &inputs, int32_t result)
+{
+    MethodCallRec &c = s.dfl.calls[s.dfl.call_count++ % kMaxMethodCalls];
+    c.seq = seq;
+    c.result = result;
+    g_strlcpy(c.object, obj < 0 ? "?" : s.objects[obj].name, sizeof c.object);
+    g_strlcpy(c.method, method ? method : "", sizeof c.method);
+    g_strlcpy(c.inputs, inputs.c_str(), sizeof c.inputs);
+}
+
+// The answer a method gives now: the next scripted one, else the standing one.
+const char *next_answer(MethodRec &m)
+{
+    if (m.script_pos < m.script_len) return m.script[m.script_pos++];
+    return m.answer;
+}
+
+// One transfer of a block-access chip; exactly one of `in` (read) and `out` (write) is set.
+int32_t block_transfer(Op op, OBJ_HANDLE handle, const char *property, uint32_t offset, uint32_t length, uint8_t *in,
+                       const uint8_t *out)
+{
+    Lock lock;
+    State &s = state();
+    std::string name = label(s, handle, property);
+    auto done = [&](int32_t result, uint32_t first, uint32_t flags) {
+        EventRec &e = record(op, key_of(handle), offset, first, result, name.c_str());
+        e.len = length;
+        e.flags |= flags;
+        return result;
+    };
+    int32_t code = 0;
+    if (take_fault(op, key_of(handle), &code)) return done(code, 0, kFlagInjected);
+    int obj = object_of(s, handle);
+    BlockRec *b = obj < 0 ? nullptr : find_block(s, static_cast<uint32_t>(obj), property);
+    if (!b) return done(obj < 0 ? kNoObject : kNoProperty, 0, 0);
+    if (!in && !out) return done(kBadValue, 0, kFlagMalformed);
+    if (offset > b->size || length > b->size - offset) return done(kDflOutOfRange, 0, kFlagMalformed);
+    uint8_t *data = s.dfl.pool + b->start + offset;
+    if (length == 0) return done(0, 0, 0);
+    if (in) {
+        std::memcpy(in, data, length);
+    } else {
+        std::memcpy(data, out, length);
     }
-    *value = g_variant_ref_sink(v);
-    record(op, key_of(handle), option, 0, 0, name.c_str());
-    return 0;
+    return done(0, data[0], 0);
 }
 
 }  // namespace
@@ -243,17 +421,31 @@ __attribute__((visibility("default"))) int32_t dfl_set_property_value(OBJ_HANDLE
         record(Op::DflSetProp, key_of(handle), option, 0, code, name.c_str()).flags |= kFlagInjected;
         return code;
     }
+    auto done = [&](int32_t result) {
+        record(Op::DflSetProp, key_of(handle), option, 0, result, name.c_str());
+        return result;
+    };
     int obj = object_of(s, handle);
-    if (obj < 0 || !property || !value) {
-        record(Op::DflSetProp, key_of(handle), option, 0, kNoObject, name.c_str());
-        return kNoObject;
+    if (obj < 0) return done(kNoObject);
+    if (!value) return done(kBadValue);
+    // A property is typed by the value it was created with. One that has only a hardware
+    // source is written there.
+    PropKind kind = kPropValue;
+    PropRec *p = find_prop(s, static_cast<uint32_t>(obj), property, kPropValue);
+    if (!p) {
+        kind = kPropHardware;
+        p = find_prop(s, static_cast<uint32_t>(obj), property, kPropHardware);
     }
+    if (!p) return done(kNoProperty);
+    GVariant *stored = parse_text(p->text);
+    bool same_type = stored && g_variant_type_equal(g_variant_get_type(stored), g_variant_get_type(value));
+    if (stored) g_variant_unref(stored);
+    if (!same_type) return done(kDflTypeMismatch);
     // Printing reads the value without taking the caller's reference.
     gchar *text = g_variant_print(value, TRUE);
-    bool ok = set_prop(s, static_cast<uint32_t>(obj), property, kPropValue, text);
+    bool ok = set_prop(s, static_cast<uint32_t>(obj), property, kind, text);
     g_free(text);
-    record(Op::DflSetProp, key_of(handle), option, 0, ok ? 0 : kBadValue, name.c_str());
-    return ok ? 0 : kBadValue;
+    return done(ok ? 0 : kBadValue);
 }
 
 __attribute__((visibility("default"))) int32_t dfl_get_property_accessor(OBJ_HANDLE handle, const char *property,
@@ -335,34 +527,57 @@ __attribute__((visibility("default"))) int32_t dfl_reboot(void)
     return 0;
 }
 
-// Class methods and block chips come with the families that use them.
+// Methods answer from the board's script; the inputs are recorded, never consumed. The outputs
+// are new references the caller owns and frees with uip_free_gvariant_list.
 __attribute__((visibility("default"))) int32_t dfl_call_class_method(OBJ_HANDLE handle, const char *method,
                                                                      GSList *user_data, GSList *input, GSList **output)
 {
-    (void)user_data;
-    (void)input;
-    (void)output;
+    (void)user_data;  // handed to a method's implementation; the board's methods need none
     Lock lock;
-    record(Op::DflCallMethod, key_of(handle), 0, 0, -1, label(state(), handle, method).c_str());
-    return -1;
+    State &s = state();
+    std::string name = label(s, handle, method);
+    int obj = object_of(s, handle);
+    std::string inputs;
+    bool inputs_ok = inputs_text(input, &inputs);
+    auto done = [&](int32_t result, uint32_t outputs, uint32_t flags) {
+        EventRec &e = record(Op::DflCallMethod, key_of(handle), g_slist_length(input), outputs, result, name.c_str());
+        e.flags |= flags;
+        note_call(s, e.seq, obj, method, inputs, result);
+        return result;
+    };
+    int32_t code = 0;
+    if (take_fault(Op::DflCallMethod, key_of(handle), &code)) return done(code, 0, kFlagInjected);
+    if (obj < 0) return done(kNoObject, 0, 0);
+    if (!inputs_ok) return done(kBadValue, 0, kFlagMalformed);
+    MethodRec *m = answering_method(s, static_cast<uint32_t>(obj), method);
+    if (!m) return done(kDflNoMethod, 0, 0);
+    GVariant *answer = parse_text(next_answer(*m));
+    if (!answer) return done(kBadValue, 0, 0);
+    GSList *outputs = nullptr;
+    size_t n = g_variant_n_children(answer);
+    for (size_t i = 0; output && i < n; ++i) {
+        GVariant *child = g_variant_get_child_value(answer, i);
+        outputs = g_slist_append(outputs, hand_out(child));
+        g_variant_unref(child);
+    }
+    g_variant_unref(answer);
+    if (output) *output = outputs;
+    return done(0, static_cast<uint32_t>(n), 0);
 }
 
 __attribute__((visibility("default"))) int32_t dfl_block_read(OBJ_HANDLE handle, const char *property, uint32_t offset,
                                                               uint32_t length, void *buffer)
 {
-    (void)buffer;
-    Lock lock;
-    record(Op::DflBlockRead, key_of(handle), offset, 0, -1, label(state(), handle, property).c_str()).len = length;
-    return -1;
+    return block_transfer(Op::DflBlockRead, handle, property, offset, length, static_cast<uint8_t *>(buffer), nullptr);
 }
 
 __attribute__((visibility("default"))) int32_t dfl_block_write(OBJ_HANDLE handle, const char *property,
                                                                uint32_t offset, uint32_t length, const void *buffer)
 {
-    (void)buffer;
-    Lock lock;
-    record(Op::DflBlockWrite, key_of(handle), offset, 0, -1, label(state(), handle, property).c_str()).len = length;
-    return -1;
+    return block_transfer(Op::DflBlockWrite, handle, property, offset, length, nullptr,
+                          static_cast<const uint8_t *>(buffer));
 }
 
 }  // extern "C"
+
+std::size_t bspsim::live_values() { return g_live_values.load(std::memory_order_relaxed); }

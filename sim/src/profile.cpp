@@ -81,6 +81,19 @@ void set_sysinfo_word(State &s, uint32_t request, uint32_t word)
     }
 }
 
+// block.PROP = size, then the first bytes of the block (the rest is zero).
+bool apply_block(State &s, const std::string &path, uint32_t object, const char *name, const char *value)
+{
+    std::vector<uint32_t> v = parse_list(path, value);
+    if (v.empty() || v.size() - 1 > v[0]) return false;
+    std::vector<uint8_t> bytes(v[0]);
+    for (size_t i = 1; i < v.size(); ++i) {
+        if (v[i] > 0xFF) return false;
+        bytes[i - 1] = static_cast<uint8_t>(v[i]);
+    }
+    return set_block(s, object, name, bytes.data(), bytes.size());
+}
+
 void apply_profile(State &s, const std::string &path, int depth)
 {
     if (depth > 8) bad_profile(path, "base profiles nest too deep");
@@ -130,6 +143,35 @@ void apply_profile(State &s, const std::string &path, int depth)
             s.cpld.kind[reg] = kRegSelfTest;
         }
     });
+    // ids = the device ids the CPLD driver reports, CPLD 0 first; their number is its count.
+    each_key(kf, path, "cpld.ids", [&](const char *key, const char *value) {
+        if (std::strcmp(key, "ids") != 0) return;
+        std::vector<uint32_t> ids = parse_list(path, value);
+        if (ids.size() > kMaxCpldIds) bad_profile(path, "more CPLD ids than the driver keeps");
+        s.cpld_drv = CpldDrvState{};
+        s.cpld_drv.count = static_cast<uint32_t>(ids.size());
+        std::copy(ids.begin(), ids.end(), s.cpld_drv.ids);
+    });
+    // uboot_num = copy that booted; uboot0, uboot1, sdk_first, sdk_second = version texts.
+    each_key(kf, path, "firmware", [&](const char *key, const char *value) {
+        auto text = [&](char *dest) {
+            if (std::strlen(value) >= kVersionTextLen) bad_profile(path, std::string("version text too long: ") + key);
+            g_strlcpy(dest, value, kVersionTextLen);
+        };
+        if (std::strcmp(key, "uboot_num") == 0) {
+            s.firmware.uboot_num = parse_number(path, value);
+        } else if (std::strcmp(key, "uboot0") == 0) {
+            text(s.firmware.uboot[0]);
+        } else if (std::strcmp(key, "uboot1") == 0) {
+            text(s.firmware.uboot[1]);
+        } else if (std::strcmp(key, "sdk_first") == 0) {
+            text(s.firmware.sdk_first);
+        } else if (std::strcmp(key, "sdk_second") == 0) {
+            text(s.firmware.sdk_second);
+        } else {
+            bad_profile(path, std::string("unknown firmware key ") + key);
+        }
+    });
     // name = register mask guard-register guard-mask open-value
     each_key(kf, path, "cpld.protect", [&](const char *, const char *value) {
         std::vector<uint32_t> v = parse_list(path, value);
@@ -144,7 +186,8 @@ void apply_profile(State &s, const std::string &path, int depth)
         bad_profile(path, "too many protect rules");
     });
     // [object:NAME]: class=CLASS; PROP=gvariant text; PROP=ref:OBJECT; hw.PROP=gvariant text;
-    // accessor.PROP=NAME.
+    // accessor.PROP=NAME; method.METHOD=tuple of outputs; block.PROP=size [byte ...].
+    // [class:NAME]: method.METHOD=tuple of outputs, answered for every object of the class.
     gsize ngroups = 0;
     gchar **groups = g_key_file_get_groups(kf, &ngroups);
     for (gsize g = 0; g < ngroups; ++g) {
@@ -162,12 +205,25 @@ void apply_profile(State &s, const std::string &path, int depth)
                 ok = set_prop(s, static_cast<uint32_t>(obj), key + 3, kPropHardware, value);
             } else if (g_str_has_prefix(key, "accessor.")) {
                 ok = set_prop(s, static_cast<uint32_t>(obj), key + 9, kPropAccessor, value);
+            } else if (g_str_has_prefix(key, "method.")) {
+                ok = set_method(s, static_cast<uint32_t>(obj), "", key + 7, value);
+            } else if (g_str_has_prefix(key, "block.")) {
+                ok = apply_block(s, path, static_cast<uint32_t>(obj), key + 6, value);
             } else if (g_str_has_prefix(value, "ref:")) {
                 ok = set_prop(s, static_cast<uint32_t>(obj), key, kPropReference, value + 4);
             } else {
                 ok = set_prop(s, static_cast<uint32_t>(obj), key, kPropValue, value);
             }
             if (!ok) bad_profile(path, std::string("bad property ") + obj_name + "." + key + " = " + value);
+        });
+    }
+    for (gsize g = 0; g < ngroups; ++g) {
+        if (!g_str_has_prefix(groups[g], "class:")) continue;
+        const char *cls = groups[g] + std::strlen("class:");
+        each_key(kf, path, groups[g], [&](const char *key, const char *value) {
+            if (!g_str_has_prefix(key, "method.") || !set_method(s, kClassScope, cls, key + 7, value)) {
+                bad_profile(path, std::string("bad class method ") + cls + "." + key + " = " + value);
+            }
         });
     }
     g_strfreev(groups);
@@ -201,10 +257,13 @@ void reset_state(State &s)
     std::memset(s.sysinfo, 0, sizeof s.sysinfo);
     std::memset(s.pins, 0, sizeof s.pins);
     std::memset(&s.cpld, 0, sizeof s.cpld);
+    std::memset(&s.cpld_drv, 0, sizeof s.cpld_drv);
+    std::memset(&s.firmware, 0, sizeof s.firmware);
     std::memset(s.faults, 0, sizeof s.faults);
     std::memset(s.scripts, 0, sizeof s.scripts);
     std::memset(s.objects, 0, sizeof s.objects);
     std::memset(s.props, 0, sizeof s.props);
+    std::memset(&s.dfl, 0, sizeof s.dfl);
     load_profile(s, profile);
 }
 

@@ -15,7 +15,7 @@ namespace bspsim::detail {
 
 inline constexpr uint32_t kMagic = 0x53505342u;  // "BSPS"
 // Raised whenever the layout changes; a persistent instance of another layout is recreated.
-inline constexpr uint32_t kLayoutVersion = 2;
+inline constexpr uint32_t kLayoutVersion = 4;
 
 inline constexpr size_t kCpldRegs = 1024;
 inline constexpr size_t kCpldRamSize = 8192;
@@ -110,6 +110,25 @@ struct CpldState {
     ProtectRec protect[kMaxProtect];
 };
 
+// The platform's CPLD driver: the device ids it reports (one per CPLD it knows) and the CPLD
+// count an upgrade was last announced for.
+inline constexpr size_t kMaxCpldIds = 6;
+struct CpldDrvState {
+    uint32_t count;
+    uint32_t ids[kMaxCpldIds];
+    uint32_t upgrade_num;  // 0 until cpld_set_num is called
+};
+
+// Boot-loader copies and SDK versions of the SoC.
+inline constexpr size_t kUbootCopies = 2;
+inline constexpr size_t kVersionTextLen = 64;
+struct FirmwareState {
+    uint32_t uboot_num;  // the copy that booted
+    char uboot[kUbootCopies][kVersionTextLen];
+    char sdk_first[kVersionTextLen];
+    char sdk_second[kVersionTextLen];
+};
+
 // Objects of the management framework.
 struct ObjectRec {
     uint32_t used;
@@ -133,6 +152,54 @@ struct PropRec {
     char text[kValueTextLen];
 };
 
+// Class methods: the answer of a method of one object or of every object of a class, and the
+// calls made, with their inputs. Answers and inputs are tuples in GVariant text format.
+inline constexpr size_t kMaxMethods = 128;
+inline constexpr size_t kMethodScriptLen = 8;
+inline constexpr size_t kMaxMethodCalls = 256;
+inline constexpr uint32_t kClassScope = 0xFFFFFFFFu;  // MethodRec::object of a class's method
+
+struct MethodRec {
+    uint32_t used;
+    uint32_t object;  // index into objects, or kClassScope
+    char cls[kNameLen];
+    char name[kNameLen];
+    uint32_t script_len;
+    uint32_t script_pos;
+    char answer[kValueTextLen];                    // the standing answer
+    char script[kMethodScriptLen][kValueTextLen];  // answered first, in order
+};
+
+struct MethodCallRec {
+    uint64_t seq;  // of the call's event
+    int32_t result;
+    char object[kNameLen];
+    char method[kNameLen];
+    char inputs[kValueTextLen];
+};
+
+// Block-access chips: byte blocks behind object properties, carved out of one pool.
+inline constexpr size_t kMaxBlocks = 64;
+inline constexpr size_t kBlockPoolSize = size_t{256} * 1024;
+
+struct BlockRec {
+    uint32_t used;
+    uint32_t object;  // index into objects
+    char name[kNameLen];
+    uint32_t start;  // into the pool
+    uint32_t size;
+    uint32_t capacity;
+};
+
+struct DflState {
+    MethodRec methods[kMaxMethods];
+    uint64_t call_count;
+    MethodCallRec calls[kMaxMethodCalls];
+    BlockRec blocks[kMaxBlocks];
+    uint32_t pool_used;
+    uint8_t pool[kBlockPoolSize];
+};
+
 struct State {
     uint32_t magic;
     uint32_t version;
@@ -145,8 +212,11 @@ struct State {
     SysInfoRec sysinfo[kSysInfoAnswers];
     PinRec pins[kPins];
     CpldState cpld;
+    CpldDrvState cpld_drv;
+    FirmwareState firmware;
     ObjectRec objects[kMaxObjects];
     PropRec props[kMaxProps];
+    DflState dfl;
     FaultRec faults[kMaxFaults];
     ScriptRec scripts[kMaxScripts];
     EventRec events[kMaxEvents];
@@ -179,6 +249,12 @@ void capture_log(LogLine::Kind kind, int32_t level, const char *file, int32_t li
 // Convenience for a whole platform call: lock, fault check, record.
 // Returns true when the call must fail with *code (already recorded).
 bool injected(Op op, uint32_t key, int32_t *code, uint32_t a = 0, uint32_t b = 0, const char *name = nullptr);
+// Call with the lock held. Records a request the device refuses as malformed; returns -1.
+inline int32_t refuse(Op op, uint32_t a = 0, uint32_t b = 0)
+{
+    record(op, a, b, 0, -1).flags |= kFlagMalformed;
+    return -1;
+}
 
 // Instance management.
 void create_instance(const std::string &dir, const std::string &profile);
@@ -197,6 +273,16 @@ int find_object(const State &s, const char *name);
 int add_object(State &s, const char *name, const char *cls);
 PropRec *find_prop(State &s, uint32_t object, const char *name, PropKind kind);
 bool set_prop(State &s, uint32_t object, const char *name, PropKind kind, const char *text);
+// True when `text` is a tuple in GVariant text format: the outputs of a method's answer.
+bool valid_outputs(const char *text);
+// Sets the standing answer of a method of an object (or of class `cls` with kClassScope) and
+// drops its script. False when the answer is no tuple or there is no room.
+bool set_method(State &s, uint32_t object, const char *cls, const char *name, const char *outputs);
+// The method that answers for an object: its own, else its class's (nullptr: none).
+MethodRec *answering_method(State &s, uint32_t object, const char *name);
+// Creates or replaces the byte block behind a property. False when the pool is full.
+bool set_block(State &s, uint32_t object, const char *name, const uint8_t *bytes, size_t size);
+BlockRec *find_block(State &s, uint32_t object, const char *name);
 
 // Maps a fixed platform path onto the instance directory ("" when the path is not mapped).
 std::string mapped_path(const char *path);

@@ -2,6 +2,7 @@
 #include <sys/sem.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -25,6 +26,7 @@ constexpr std::array<const char *, static_cast<size_t>(Op::Count)> kOpNames = {
     "sprintf_s",  "snprintf_s",     "task_mutex",      "termios",     "dfl_get_handle", "dfl_get_name",
     "dfl_get_list", "dfl_get_ref",  "dfl_get_prop",    "dfl_set_prop", "dfl_get_hw",    "dfl_get_accessor",
     "dfl_call_method", "dfl_block_read", "dfl_block_write", "dfl_chip_bytewrite", "dfl_reboot", "dal_get_string",
+    "get_cur_uboot_num", "get_uboot_ver", "get_sdk_ver",
 };
 
 Event to_event(const EventRec &r)
@@ -168,6 +170,54 @@ void Board::make_self_test(uint32_t reg)
     state().cpld.kind[reg % kCpldRegs] = kRegSelfTest;
 }
 
+void Board::set_cpld_ids(const std::vector<uint32_t> &ids)
+{
+    if (ids.size() > kMaxCpldIds) throw std::runtime_error("the CPLD driver keeps at most 6 ids");
+    Lock lock;
+    CpldDrvState &drv = state().cpld_drv;
+    std::fill(std::begin(drv.ids), std::end(drv.ids), 0u);
+    std::copy(ids.begin(), ids.end(), drv.ids);
+    drv.count = static_cast<uint32_t>(ids.size());
+}
+
+std::vector<uint32_t> Board::cpld_ids() const
+{
+    Lock lock;
+    const CpldDrvState &drv = state().cpld_drv;
+    return std::vector<uint32_t>(drv.ids, drv.ids + drv.count);
+}
+
+uint32_t Board::cpld_upgrade_num() const
+{
+    Lock lock;
+    return state().cpld_drv.upgrade_num;
+}
+
+namespace {
+void set_version_text(char *dest, const std::string &text)
+{
+    if (text.size() >= kVersionTextLen) throw std::runtime_error("version text too long: " + text);
+    g_strlcpy(dest, text.c_str(), kVersionTextLen);
+}
+}  // namespace
+
+void Board::set_uboot(uint8_t current, const std::string &copy0, const std::string &copy1)
+{
+    Lock lock;
+    FirmwareState &fw = state().firmware;
+    fw.uboot_num = current;
+    set_version_text(fw.uboot[0], copy0);
+    set_version_text(fw.uboot[1], copy1);
+}
+
+void Board::set_sdk(const std::string &first, const std::string &second)
+{
+    Lock lock;
+    FirmwareState &fw = state().firmware;
+    set_version_text(fw.sdk_first, first);
+    set_version_text(fw.sdk_second, second);
+}
+
 uint64_t Board::add_object(const std::string &name, const std::string &cls)
 {
     Lock lock;
@@ -184,12 +234,18 @@ uint64_t Board::handle_of(const std::string &name) const
 }
 
 namespace {
+// Index of a known object (lock held).
+uint32_t object_index(const std::string &object)
+{
+    int i = find_object(state(), object.c_str());
+    if (i < 0) throw std::runtime_error("no object " + object);
+    return static_cast<uint32_t>(i);
+}
+
 void set_prop_checked(const std::string &object, const std::string &property, PropKind kind, const std::string &text)
 {
     Lock lock;
-    int i = find_object(state(), object.c_str());
-    if (i < 0) throw std::runtime_error("no object " + object);
-    if (!set_prop(state(), static_cast<uint32_t>(i), property.c_str(), kind, text.c_str())) {
+    if (!set_prop(state(), object_index(object), property.c_str(), kind, text.c_str())) {
         throw std::runtime_error("cannot set " + object + "." + property + " to " + text);
     }
 }
@@ -215,13 +271,102 @@ void Board::set_accessor(const std::string &object, const std::string &property,
     set_prop_checked(object, property, kPropAccessor, accessor);
 }
 
-std::string Board::property(const std::string &object, const std::string &property) const
+namespace {
+std::string prop_text(const std::string &object, const std::string &property, PropKind kind)
 {
     Lock lock;
     int i = find_object(state(), object.c_str());
     if (i < 0) return {};
-    PropRec *p = find_prop(state(), static_cast<uint32_t>(i), property.c_str(), kPropValue);
+    PropRec *p = find_prop(state(), static_cast<uint32_t>(i), property.c_str(), kind);
     return p ? p->text : "";
+}
+}  // namespace
+
+std::string Board::property(const std::string &object, const std::string &property) const
+{
+    return prop_text(object, property, kPropValue);
+}
+
+std::string Board::hardware_value(const std::string &object, const std::string &property) const
+{
+    return prop_text(object, property, kPropHardware);
+}
+
+void Board::set_method(const std::string &object, const std::string &method, const std::string &outputs)
+{
+    Lock lock;
+    if (!detail::set_method(state(), object_index(object), "", method.c_str(), outputs.c_str())) {
+        throw std::runtime_error("cannot give " + object + "." + method + " the answer " + outputs);
+    }
+}
+
+void Board::set_class_method(const std::string &cls, const std::string &method, const std::string &outputs)
+{
+    Lock lock;
+    if (!detail::set_method(state(), kClassScope, cls.c_str(), method.c_str(), outputs.c_str())) {
+        throw std::runtime_error("cannot give class " + cls + "." + method + " the answer " + outputs);
+    }
+}
+
+void Board::script_method(const std::string &object, const std::string &method, const std::vector<std::string> &outputs)
+{
+    if (outputs.size() > kMethodScriptLen) throw std::runtime_error("method script too long");
+    for (auto &o : outputs) {
+        if (!valid_outputs(o.c_str())) throw std::runtime_error("not a tuple of outputs: " + o);
+    }
+    Lock lock;
+    MethodRec *m = answering_method(state(), object_index(object), method.c_str());
+    if (!m) throw std::runtime_error("no method " + object + "." + method);
+    for (size_t i = 0; i < outputs.size(); ++i) g_strlcpy(m->script[i], outputs[i].c_str(), kValueTextLen);
+    m->script_len = static_cast<uint32_t>(outputs.size());
+    m->script_pos = 0;
+}
+
+std::vector<MethodCall> Board::method_calls() const
+{
+    Lock lock;
+    const DflState &d = state().dfl;
+    std::vector<MethodCall> out;
+    uint64_t first = d.call_count > kMaxMethodCalls ? d.call_count - kMaxMethodCalls : 0;
+    for (uint64_t i = first; i < d.call_count; ++i) {
+        const MethodCallRec &r = d.calls[i % kMaxMethodCalls];
+        MethodCall c{r.object, r.method, {}, r.result};
+        // Inputs are kept as one tuple; a tuple cut short by its room stays as it was kept.
+        GVariant *tuple = g_variant_parse(nullptr, r.inputs, nullptr, nullptr, nullptr);
+        if (!tuple || !g_variant_is_of_type(tuple, G_VARIANT_TYPE_TUPLE)) {
+            c.inputs.emplace_back(r.inputs);
+            if (tuple) g_variant_unref(tuple);
+        } else {
+            for (size_t k = 0; k < g_variant_n_children(tuple); ++k) {
+                GVariant *child = g_variant_get_child_value(tuple, k);
+                gchar *text = g_variant_print(child, TRUE);
+                c.inputs.emplace_back(text);
+                g_free(text);
+                g_variant_unref(child);
+            }
+            g_variant_unref(tuple);
+        }
+        out.push_back(std::move(c));
+    }
+    return out;
+}
+
+void Board::set_block(const std::string &object, const std::string &property, const std::vector<uint8_t> &bytes)
+{
+    Lock lock;
+    if (!detail::set_block(state(), object_index(object), property.c_str(), bytes.data(), bytes.size())) {
+        throw std::runtime_error("no room for the block " + object + "." + property);
+    }
+}
+
+std::vector<uint8_t> Board::block(const std::string &object, const std::string &property) const
+{
+    Lock lock;
+    int i = find_object(state(), object.c_str());
+    const BlockRec *b = i < 0 ? nullptr : find_block(state(), static_cast<uint32_t>(i), property.c_str());
+    if (!b) return {};
+    const uint8_t *data = state().dfl.pool + b->start;
+    return std::vector<uint8_t>(data, data + b->size);
 }
 
 int Board::sem_value(uint32_t id) const { return semctl(state().semid, static_cast<int>(id), GETVAL); }

@@ -1,5 +1,6 @@
 // bspctl status: what board this is, as the library sees it.
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -143,17 +144,65 @@ void print_json(const Report &r)
         std::printf("%s\n    {\"board_id\": %u, \"slot\": %u, \"board_type\": %u}", i ? "," : "", r.rows[i].boardId,
                     r.rows[i].slot, r.rows[i].boardType);
     }
-    std::printf("\n  ]\n}\n");
+    std::printf("\n  ]");
+}
+
+// ------------------------------------------------- controller boards of the enclosure
+
+// What the CPLD says of each controller board; nullopt where the register could not be read.
+struct CtrlBoard {
+    uint8_t index;
+    std::optional<bool> present;
+    std::optional<bool> booted;
+};
+
+std::vector<CtrlBoard> collect_ctrl_boards()
+{
+    std::vector<CtrlBoard> boards;
+    const uint32_t count = BSP_GetCtrlBoardNum();
+    for (uint8_t i = 0; i < count; ++i) {
+        CtrlBoard b{i, std::nullopt, std::nullopt};
+        uint8_t value = 0;
+        if (BSP_GetCtrlBoardPresent(i, &value) == 0) b.present = value == 1;
+        if (BSP_CtrlBoardGetOSBootStatus(i, &value) == 0) b.booted = value == 1;
+        boards.push_back(b);
+    }
+    return boards;
+}
+
+void print_ctrl_boards_text(const std::vector<CtrlBoard> &boards)
+{
+    std::printf("\ncontroller boards (%zu in this enclosure):\n", boards.size());
+    for (const CtrlBoard &b : boards) {
+        const char *presence = !b.present ? "presence unknown" : *b.present ? "present" : "absent";
+        const char *os = !b.booted ? "OS state unknown" : *b.booted ? "OS booted" : "OS not booted";
+        std::printf("  board %u: %s, %s\n", b.index, presence, os);
+    }
+}
+
+void print_ctrl_boards_json(const std::vector<CtrlBoard> &boards)
+{
+    auto flag = [](const std::optional<bool> &v) { return !v ? "null" : *v ? "true" : "false"; };
+    std::printf(",\n  \"controller_boards\": [");
+    for (size_t i = 0; i < boards.size(); ++i) {
+        std::printf("%s\n    {\"index\": %u, \"present\": %s, \"os_booted\": %s}", i ? "," : "", boards[i].index,
+                    flag(boards[i].present), flag(boards[i].booted));
+    }
+    std::printf("\n  ]");
 }
 
 int run(const Options &opts, const Args &args)
 {
     if (!args.empty()) return fail("status takes no arguments");
     Report r = collect();
+    std::vector<CtrlBoard> ctrl_boards = collect_ctrl_boards();
     if (opts.json) {
         print_json(r);
+        print_ctrl_boards_json(ctrl_boards);
+        std::printf("\n}\n");
     } else {
         print_text(r);
+        print_ctrl_boards_text(ctrl_boards);
     }
     return 0;
 }
@@ -161,7 +210,8 @@ int run(const Options &opts, const Args &args)
 const Register reg({"status", "report what board this is",
                     "usage: bspctl [-p PROFILE] [--json] status\n"
                     "  Prints the board id, the board type (or why it is not known), the kind of\n"
-                    "  enclosure and board the predicates report, and the board-table rows of the id.\n",
+                    "  enclosure and board the predicates report, the board-table rows of the id,\n"
+                    "  and which controller boards of the enclosure are present and have booted.\n",
                     run});
 
 }  // namespace

@@ -71,6 +71,63 @@ BSP_API uint8_t BSP_CntBitNum(uint32_t value);
  * Returns 0 when the parity is right, -1 when it is wrong. */
 BSP_API int32_t BSP_PrivCheck(uint8_t mode, uint32_t value, uint8_t bitCount);
 
+/* ================================================================= object properties */
+
+/* Typed access to properties of the management framework's objects. Every function returns
+ * 0 on success. Where a comment says "framework code", a refusal of the framework is passed
+ * back unchanged; the wrapper's own failures are -1. The option word is the framework's and
+ * is passed through untouched. Each outcome is logged with the object's name. */
+
+/* Opaque object handle issued by the framework (the same type as the framework's own). */
+#if !defined(BSP_OBJ_HANDLE_DEFINED)
+#define BSP_OBJ_HANDLE_DEFINED
+typedef uint64_t OBJ_HANDLE;
+#endif
+
+/* Numeric getters: store the property's value in `*value`, which a failure leaves untouched.
+ * Return the framework code on failure (-1 for a null `value`). */
+BSP_API int32_t dfl_get_property_ubyte(OBJ_HANDLE handle, const char *property, uint8_t *value);
+BSP_API int32_t dfl_get_property_uint16(OBJ_HANDLE handle, const char *property, uint16_t *value);
+BSP_API int32_t dfl_get_property_int16(OBJ_HANDLE handle, const char *property, int16_t *value);
+BSP_API int32_t dfl_get_property_int32(OBJ_HANDLE handle, const char *property, int32_t *value);
+BSP_API int32_t dfl_get_property_uint32(OBJ_HANDLE handle, const char *property, uint32_t *value);
+/* The byte from the property's hardware source (no option, despite the name). Returns -1 on
+ * any failure, and logs nothing on success. */
+BSP_API int32_t dfl_get_hardware_ubyte_option(OBJ_HANDLE handle, const char *property, uint8_t *value);
+
+/* Numeric setters: store `value`, with option 0 or the caller's `option`. Return the
+ * framework code on failure. BSP_SetPropertyUbyte is dfl_set_property_ubyte_option. */
+BSP_API int32_t dfl_set_property_ubyte(OBJ_HANDLE handle, const char *property, uint8_t value);
+BSP_API int32_t dfl_set_property_ubyte_option(OBJ_HANDLE handle, const char *property, uint8_t value,
+                                              uint32_t option);
+BSP_API int32_t BSP_SetPropertyUbyte(OBJ_HANDLE handle, const char *property, uint8_t value, uint32_t option);
+BSP_API int32_t dfl_set_property_uint16(OBJ_HANDLE handle, const char *property, uint16_t value);
+BSP_API int32_t BSP_SetPropertyUint16(OBJ_HANDLE handle, const char *property, uint16_t value, uint32_t option);
+BSP_API int32_t dfl_set_property_int16(OBJ_HANDLE handle, const char *property, int16_t value);
+BSP_API int32_t dfl_set_property_int32(OBJ_HANDLE handle, const char *property, int32_t value);
+BSP_API int32_t dfl_set_property_int32_option(OBJ_HANDLE handle, const char *property, int32_t value,
+                                              uint32_t option);
+BSP_API int32_t dfl_set_property_uint32(OBJ_HANDLE handle, const char *property, uint32_t value);
+
+/* Stores the text `value` (option 0). Returns -1 for a null `value` without calling the
+ * framework, else the framework code on failure. */
+BSP_API int32_t dfl_set_property_string(OBJ_HANDLE handle, const char *property, const char *value);
+/* Copies the text property with its terminating zero into `buffer` of `size` bytes (the text
+ * must be shorter than `size`; `size` must not be 0). Returns -1 on any failure; a failed
+ * copy is only logged, and the call still returns 0. */
+BSP_API int32_t dfl_get_property_string(OBJ_HANDLE handle, const char *property, char *buffer, uint32_t size);
+
+/* Copies the byte-array property into `buffer`: min(property length, `length`) bytes; the
+ * number copied is not reported, bytes after a shorter property are left as they were.
+ * Returns the framework code, the copy routine's code, or -1 (null buffer, negative length,
+ * empty or non-array property). */
+BSP_API int32_t BSP_Get_property_ubyteArry(OBJ_HANDLE handle, const char *property, uint8_t *buffer,
+                                           int32_t length);
+/* Stores `count` bytes of `data` as a byte-array property, with the caller's `option`.
+ * Returns -1 on any failure, the framework's refusal included. */
+BSP_API int32_t BSP_Set_property_ubyteArry(OBJ_HANDLE handle, const char *property, const uint8_t *data,
+                                           int32_t count, uint32_t option);
+
 /* ==================================================================== board identity */
 
 /* One row of the board table: which board type a board id has in a slot. */
@@ -197,10 +254,204 @@ BSP_API uint8_t BSP_CpldSerialDataValidityCheck(uint8_t channel);
  * apart must agree (at most 50 extra reads); other registers are read plainly. */
 BSP_API uint32_t BSP_ReadCpldByteForTdm(uint32_t addr, uint32_t len, uint8_t *out);
 
+/* =========================================================================== CPLD RAM */
+
+/* The CPLD's RAM survives a BMC reboot and is shared by every management process. It is
+ * reached byte by byte through CPLD registers 0xBA/0xBB (address, low 13 bits used) and 0xBC
+ * (data), under the system-wide semaphore 29, which every function below takes and gives back
+ * exactly once; a failed take touches nothing. The library's records lie in 0xC700..0xDBFF. */
+
+/* Writes one byte. No result: a failure is only logged. */
+BSP_API void BSP_SetCpldRam(uint16_t addr, uint8_t value);
+/* Reads one byte into `*value`; a null `value` does nothing, and on failure `*value` is left
+ * as it was. No result. */
+BSP_API void BSP_GetCpldRam(uint16_t addr, uint8_t *value);
+/* Writes `len` bytes from `data` to consecutive addresses, holding the semaphore for the whole
+ * range. Refused (0xFFFFFFFF, nothing touched) when the range ends beyond 0xDBFF or `data` is
+ * null; `len` 0 succeeds. A failure part-way leaves the bytes before it written. */
+BSP_API uint32_t BSP_SetCpldRamBytes(uint16_t addr, const uint8_t *data, uint32_t len);
+/* Reads `len` bytes into `data`, as BSP_SetCpldRamBytes; on failure the bytes read so far stay
+ * in `data`. */
+BSP_API uint32_t BSP_GetCpldRamBytes(uint16_t addr, uint8_t *data, uint32_t len);
+/* Sets bit `bit` (0..7) of one byte to `value` (0 or 1); other values are refused. */
+BSP_API uint32_t BSP_SetCpldRamBit(uint16_t addr, uint8_t bit, uint8_t value);
+/* Reads bit `bit` (0..7) of one byte into `*value` (0 or 1); `*value` is written on success
+ * only. */
+BSP_API uint32_t BSP_GetCpldRamBit(uint16_t addr, uint8_t bit, uint8_t *value);
+/* Writes 0 to `len` bytes from `addr` on, each byte under the semaphore by itself (other
+ * processes may interleave). Fails when `addr` lies outside 0xC700..0xDBFF, or when the range
+ * runs past 0xDBFF (the bytes up to 0xDBFF are then cleared). `len` 0 succeeds at once.
+ * Failures of single bytes are only logged. */
+BSP_API uint32_t BSP_ClearCpldRamData(uint16_t addr, uint32_t len);
+/* Gives semaphore 29 back; a failing give is logged. No result. */
+BSP_API void BSP_MutexV(void);
+
+/* ========================================================== CPLD inventory and health */
+
+/* Number of CPLDs on this board (2 or 3, from the logic version register table), cached once
+ * known. Fails with `*num` = 0 when the board id cannot be read or has no row; the next call
+ * then looks again. */
+BSP_API uint32_t BSP_GetCpldNum(uint8_t *num);
+/* Register that the self test of CPLD `cpldId` (0..2) writes and reads back. Fails, leaving
+ * `*addr` untouched, for a null `addr` or a `cpldId` above 2. */
+BSP_API uint32_t BSP_GetSelfTestCpldAddr(uint8_t cpldId, uint32_t *addr);
+/* Write/read-back test of every CPLD (0xAA, then 0x55; a healthy test register answers the
+ * complement) under process semaphore 12, at least 100 ms per CPLD. 0 when all passed, and
+ * also when the semaphore is busy or the CPLD count is unknown (the test is then skipped);
+ * 0xFFFFFFFF when a CPLD failed or was not reached. */
+BSP_API uint32_t BSP_CpldSelfTest(void);
+/* The same test of one CPLD. 0 when it passed or the semaphore was busy; 0xFFFFFFFF when it
+ * failed or `cpldId` is above 2. */
+BSP_API uint32_t BSP_CpldSelfTestByOne(uint8_t cpldId);
+/* 1 when the CPLD fault register 0xFB shows no fault under the board's mask (0xFF on the
+ * 5820 4U4C board, else 0x0F), 0 when it does. Answers 1 without reading on middle boards
+ * and in manufacturing builds, and when the register cannot be read. A change of the answer
+ * is logged. */
+BSP_API uint32_t BSP_CpldBorCIsHealth(void);
+/* Writes "<vendor of CPLD 0> <vendor of CPLD 1>" (from registers 0x1D5 and 0x2E0: "Anlu",
+ * "Lattice", "pango", or "Undentified") into `buf`, at most `size` - 2 characters; a text that
+ * does not fit is cut and logged. A null `buf` or a zero `size` writes nothing. */
+BSP_API void BSP_Get5830CPLDTypeStr(uint8_t size, char *buf);
+/* Device ids of `cpldNum` CPLDs (at most 6) from the platform's CPLD driver, asked on behalf
+ * of CPLD `cpldId`, into `ids` (`idsSize` bytes). Tries 10 times, 1000 ms apart. Returns 0,
+ * 0xFFFFFFFF for a bad argument or a count that differs from `cpldNum`, the driver's code
+ * after ten failures, or the bounded copy's code when `ids` is too small. */
+BSP_API uint32_t BSP_GetCpldChipId(uint32_t *ids, uint32_t idsSize, uint8_t cpldNum, uint8_t cpldId);
+/* Vendor codes (0 Anlu, 1 Lattice, 2 pango) of `count` device ids into `types`. An unknown id
+ * leaves its entry as it was and makes the result 0xFFFFFFFF; the others are still mapped.
+ * 0 for `count` 0. */
+BSP_API uint32_t BSP_CovertCpldType(const uint32_t *ids, uint8_t *types, uint8_t count);
+/* Tells the platform's CPLD driver how many CPLDs the coming upgrade handles. Tries 10 times,
+ * 1000 ms after every failure; returns 0 or the driver's last code. */
+BSP_API uint32_t BSP_SetCpldUpgNum(uint32_t num);
+
+/* ========================================================================== versions */
+
+/* The logic version register table: 20 rows of (board id, CPLD count, the main/test/middle
+ * version registers of up to 6 CPLDs). */
+BSP_API uint32_t BSP_GetSizeOfLogicVerRegTable(void);
+/* Board id of a row; 0xFF for a row above 19. */
+BSP_API uint8_t BSP_GetBoardIdOfLogicVerRegTable(uint32_t row);
+/* CPLD count of a row; 0 for a row above 19. */
+BSP_API uint8_t BSP_GetCpldNumOfLogicVerRegTable(uint32_t row);
+/* The version registers of CPLD `cpldId` on this board. Fails when a pointer is null, the
+ * board id cannot be read or has no row, or the CPLD has no registers (the outputs are then
+ * written with 0xFFFFFFFF). */
+BSP_API uint32_t BSP_GetCpldVerReg(uint8_t cpldId, uint32_t *mainReg, uint32_t *testReg, uint32_t *middleReg);
+/* Version text of CPLD `cpldId`, "00.MM.NNNTtt" (12 characters and a terminator; `ver` holds
+ * 16 bytes), read only after the CPLD passed its self test. Fails for a null `ver`, a failed
+ * self test or no version registers. */
+BSP_API uint32_t BSP_GetCpldVersion(uint8_t cpldId, char *ver);
+/* Appends the versions of all CPLDs, comma-separated, "invalid" for one that cannot be read,
+ * to the string in `buf` (`bufSize` bytes). Always returns 0: trouble shows in the text and
+ * the log only. A null `buf` or a `bufSize` below 1 is logged and nothing is read. */
+BSP_API uint32_t BSP_GetCpldVerStr(char *buf, int32_t bufSize);
+/* The BMC software version text into `buf` (64 bytes). 0, or 0xFFFFFFFF for a null `buf`. */
+BSP_API uint32_t BSP_GetBmcVersion(char *buf);
+/* PCB number (0..7) of the 2P board from GPIO pins 26 (bit 0), 27 and 29. A failed pin read
+ * sets `*pcb` to 0xFF and fails. */
+BSP_API uint32_t BSP_GetBmcBoardPcb58302P(uint8_t *pcb);
+/* PCB number of this board: from the pins on the 2P board (id 0x71), else bits 1..3 of the
+ * board-information word of /dev/sys_info. */
+BSP_API uint32_t BSP_GetBmcBoardPcb(uint8_t *pcb);
+/* PCB letter, 'A' + number; 'H' when the number cannot be read. 0xFFFFFFFF only for a null
+ * `letter`. */
+BSP_API uint32_t BSP_GetPcbVersion(char *letter);
+/* 0 for the accepted PCB numbers 0, 1, 16 and 17; 0xFFFFFFFF for any other. */
+BSP_API uint32_t BSP_PcbVersionCheck(uint8_t pcb);
+/* Version of the boot-loader copy that booted (into `ubootBuffer`, 64 bytes; `ubootLength` is
+ * not used) and the two SDK version texts. Always returns 0; failures are only logged. */
+BSP_API uint32_t BSP_Get5830SdkUbootVersion(char *ubootBuffer, uint32_t ubootLength, char *firstSdkBuffer,
+                                            uint32_t firstSdkLength, char *secondSdkBuffer,
+                                            uint32_t secondSdkLength);
+/* The SoC chip-information record (4 bytes, passed through unread) into `info`. */
+BSP_API uint32_t BSP_GetBmc5830ChipInfo(void *info);
+
 /* ============================================================= board presence and status */
 
-/* 24-bit OS board id from the CPLD. Not built yet: answers 0xFFFFFFFF. */
+/* Controller boards are numbered 0..3; a 2U enclosure has two, a 4U four-controller one four.
+ * None of these functions writes hardware. */
+
+/* 0 and `*state` = the BIOS state bit (register 0xED bit 0); 0xFFFFFFFF for a null `state`
+ * or a failed read (`*state` untouched). */
+BSP_API uint32_t BSP_GetBiosState(uint8_t *state);
+/* Start-state code 0..7 (register 0xED bits 0-2). A failed read is not detected: it gives 0. */
+BSP_API uint32_t BSP_GetStartState(void);
+/* 0 and `*status` = 1 when controller board `board` has booted its OS, else 0. 0xFFFFFFFF,
+ * with nothing logged, for a null `status` or a board above 3; 0xFFFFFFFF for a failed read. */
+BSP_API uint32_t BSP_CtrlBoardGetOSBootStatus(uint8_t board, uint8_t *status);
+/* 24-bit OS board id from registers 0x60 (bits 0-7), 0x61 (8-15) and 0x62 (16-23). A byte that
+ * cannot be read counts as 0; no failure is reported. */
 BSP_API uint32_t BSP_GetOsBoardId(void);
+/* 0 and `*state` = bit `bit` of register 0x29 (SMM board `bit` online). 0xFFFFFFFF for a null
+ * `state`, an unknown board type, on an SMM board itself (nothing read there) or when the read
+ * returns 0xFFFFFFFF; any other read status counts as success. */
+BSP_API uint32_t BSP_GetSmmOnlineStates(uint8_t bit, uint8_t *state);
+/* 1 when the board's power-on counters on /dev/sys_info are zero (on a 5830 board the sum of
+ * both counters, modulo 2^32), else 0; also 0 when the device fails. */
+BSP_API uint32_t BSP_IsBoardFirstPowerOn(void);
+/* Debounced online bit of controller board `board` (register 0x33): a 0 is taken at once, a 1
+ * only after two reads of 1 in a row, 10 ms apart; at most three reads. 0 for a board above 3
+ * or when no answer settles. */
+BSP_API uint32_t BSP_GetBoardOnlineStatus(uint8_t board);
+/* 0 with `*plant` = bits 12-15 and `*boardId` = bits 4-11 of the board information word of
+ * /dev/sys_info; 0xFFFFFFFF for a null argument or a failing device. */
+BSP_API uint32_t BSP_GetPlantInfo(uint8_t *plant, uint8_t *boardId);
+/* 1 when AC power is reported lost (register 0x1B2 bit 0, else register 0xC6 bit 0, which
+ * is not consulted on 4U four-controller boards other than the 5830 4U two-processor board).
+ * Unreadable bits count as 0. */
+BSP_API uint32_t BSP_IsAcDown(void);
+/* Number of controller boards of this enclosure: 4 on a 4U four-controller board, else 2. */
+BSP_API uint32_t BSP_GetCtrlBoardNum(void);
+/* 0 and `*present` = presence bit of controller board `board` in register 0x33, or 0 for a
+ * board not below BSP_GetCtrlBoardNum(). 0xFFFFFFFF for a null `present` or a failed read
+ * (`*present` untouched). */
+BSP_API uint32_t BSP_GetCtrlBoardPresent(uint8_t board, uint8_t *present);
+/* 1 when controller board `board` is present, else 0 (0 for a board above 3). When the CPLD
+ * cannot be read, answers the last presence this process read for the board (0 if none). */
+BSP_API uint32_t BSP_IsCtrlBoardPresent(uint8_t board);
+
+/* =================================================================== upgrade control */
+
+/* Where a CPLD's upgrade-mode bit lives, and the write-protect bit guarding it (1 protects,
+ * 0 lets the mode bit be written). */
+typedef struct CpldUpgradeModeReg {
+    uint8_t cpldId;
+    uint32_t modeReg;
+    uint8_t modeBit;
+    uint32_t wpReg;
+    uint8_t wpBit;
+} CpldUpgradeModeReg;
+#define BSP_CPLD_UPGRADE_MODE_REG_NUM 3
+/* One row per CPLD 0..2. */
+BSP_API extern const CpldUpgradeModeReg g_CpldUpgradeModeRegTbl[BSP_CPLD_UPGRADE_MODE_REG_NUM];
+
+/* Switches CPLD `cpldId` (0..2) into upgrade mode (`mode` 1) or back (0): lifts the write
+ * protect, writes the mode bit and reads it back 10 ms later, up to three times, and puts the
+ * protect back on whatever happened to the mode bit. 0 when the bit read back equals `mode`;
+ * 0xFFFFFFFF otherwise, for a CPLD above 2 (nothing touched), or when the protect cannot be
+ * lifted or restored. A `mode` other than 0 or 1 never reads back and always fails. */
+BSP_API uint32_t BSP_SetCpldUpgradeMode(uint8_t cpldId, uint8_t mode);
+/* 0 and `*mode` = 1 when CPLD `cpldId` is in upgrade mode, else 0; 0xFFFFFFFF for a null
+ * `mode`, a CPLD above 2 or a failed read (`*mode` untouched). */
+BSP_API uint32_t BSP_GetCpldUpgradeMode(uint8_t cpldId, uint8_t *mode);
+/* Writes the upgrade bit of voltage regulator `regulator`: bit n of register 0x1AE for 0..7,
+ * bit n-8 of 0x1AF from 8 on (16 and up are refused by the register access). Returns the bit
+ * write's status. */
+BSP_API uint32_t BSP_SetVRMUpgradeStatus(uint8_t regulator, uint8_t value);
+/* Records a unit's firmware upgrade status byte in the CPLD RAM: FRU type 0 at 0xD938, 1 at
+ * 0xD954, 3 at 0xD955, 5 at 0xD958, 6 at 0xD95B, plus `unitIndex` (not checked: keep within
+ * 28, 1, 3, 3 units for types 0, 1, 3, 5). 0xFFFFFFFF for another FRU type; otherwise 0, even
+ * when the RAM write fails (that is only logged). */
+BSP_API uint32_t BSP_SetFwUpgradeStatusToCpldRam(uint32_t fruType, uint32_t unitIndex, uint8_t status);
+/* Reads the status byte recorded by BSP_SetFwUpgradeStatusToCpldRam into `*status`.
+ * 0xFFFFFFFF for a null `status` or another FRU type; otherwise 0, even when the RAM read fails
+ * (`*status` is then left as it was). */
+BSP_API uint32_t BSP_GetFwUpgradeStatusFromCpldRam(uint32_t fruType, uint32_t unitIndex, uint8_t *status);
+/* `*state` = the "CpldUpgState" byte of the framework object "Upgrade" (non-zero while a CPLD
+ * upgrade is under way). Always returns 0; when the object or property cannot be read,
+ * `*state` is left as it was. A null `state` does nothing. */
+BSP_API uint32_t BSP_IsCpldUpgrading(uint8_t *state);
 
 /* ================================================================= slot identification */
 

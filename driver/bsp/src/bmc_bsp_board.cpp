@@ -1,6 +1,11 @@
 // Board identity: the board id from /dev/sys_info, the board-type predicates, the board table
-// that maps (board id, slot) to a board type, and the board-type GPIO pins. Nothing here
-// touches the CPLD.
+// that maps (board id, slot) to a board type, and the board-type GPIO pins; none of that
+// touches the CPLD. At the end: presence and status of the boards of the enclosure, read
+// from the CPLD and /dev/sys_info.
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -13,6 +18,7 @@
 #include "core/sysinfo.h"
 #include "platform/gpio.h"
 #include "platform/securec.h"
+#include "platform/vos.h"
 
 namespace {
 
@@ -352,7 +358,205 @@ uint32_t BSP_SingleCpuOrDoubleCpu(void)
     return 0;
 }
 
-// Interim: the OS board id comes from CPLD registers that this library does not read yet.
-uint32_t BSP_GetOsBoardId(void) { return kErr; }
+}  // extern "C"
+
+/* ===================================================================================
+ * Board presence and status. Every query here only reads: one bit or byte of the CPLD, or
+ * a word of /dev/sys_info.
+ * =================================================================================== */
+
+namespace {
+
+constexpr uint32_t kSmmOnlineReg = 0x29;
+constexpr uint32_t kCtrlPresenceReg = 0x33;
+constexpr std::array<uint32_t, 3> kOsBoardIdRegs = {0x60, 0x61, 0x62};  // bits 0-7, 8-15, 16-23
+constexpr uint32_t kAcDownReg = 0x1B2;
+constexpr uint32_t kAcDownAltReg = 0xC6;
+constexpr uint32_t kBootStateReg = 0xED;
+constexpr uint8_t kStartStateMask = 0x07;
+
+constexpr uint8_t kCtrlBoardsMax = 4;
+constexpr uint8_t kCtrlBoards4U = 4;
+constexpr uint8_t kCtrlBoards2U = 2;
+
+constexpr int kOnlineAttempts = 3;
+constexpr uint32_t kOnlineRetryMs = 10;
+
+// Both power-on counters read this until the device answers.
+constexpr uint32_t kPowerOnUnread = 255;
+
+struct RegBit {
+    uint32_t reg;
+    uint32_t bit;
+};
+
+// OS-boot bit of each controller board.
+constexpr std::array<RegBit, kCtrlBoardsMax> kOsBootBits = {{{0xF9, 1}, {0xF9, 5}, {0xFA, 1}, {0xFA, 5}}};
+
+// The last presence each controller board was successfully read with.
+std::array<std::atomic<uint8_t>, kCtrlBoardsMax> g_ctrl_present{};
+
+// A bit read whose failure is not told apart from a 0: the byte starts at 0 and keeps what the
+// read left in it.
+uint8_t bit_or_zero(uint32_t reg, uint32_t bit)
+{
+    uint8_t value = 0;
+    (void)BSP_ReadCpldBit(reg, bit, &value);
+    return value;
+}
+
+uint8_t byte_or_zero(uint32_t reg)
+{
+    uint8_t value = 0;
+    (void)BSP_ReadCpldBytes(reg, 1, &value);
+    return value;
+}
+
+}  // namespace
+
+extern "C" {
+
+uint32_t BSP_GetBiosState(uint8_t *state)
+{
+    if (state == nullptr) return kErr;
+    uint8_t bit = 0;
+    if (BSP_ReadCpldBit(kBootStateReg, 0, &bit) != kOk) return kErr;
+    *state = bit;
+    return kOk;
+}
+
+uint32_t BSP_GetStartState(void) { return byte_or_zero(kBootStateReg) & kStartStateMask; }
+
+uint32_t BSP_CtrlBoardGetOSBootStatus(uint8_t board, uint8_t *status)
+{
+    if (status == nullptr || board >= kCtrlBoardsMax) return kErr;
+    const RegBit &rb = kOsBootBits[board];
+    uint8_t bit = 0;
+    if (BSP_ReadCpldBit(rb.reg, rb.bit, &bit) != kOk) {
+        BSP_LOG(kLogError, "Read osboot from reg(0x%x=0x%x) fail", rb.reg, bit);
+        return kErr;
+    }
+    *status = bit == 1 ? 1 : 0;
+    return kOk;
+}
+
+uint32_t BSP_GetOsBoardId(void)
+{
+    uint32_t id = 0;
+    for (size_t i = 0; i < kOsBoardIdRegs.size(); ++i) {
+        id |= static_cast<uint32_t>(byte_or_zero(kOsBoardIdRegs[i])) << (8 * i);
+    }
+    return id;
+}
+
+uint32_t BSP_GetSmmOnlineStates(uint8_t bit, uint8_t *state)
+{
+    if (state == nullptr) return kErr;
+    uint32_t board_type = 0;
+    if (BSP_GetBmcBoardType(&board_type) != kOk || board_type == kSmmBoardType) return kErr;
+    // Only an outright failure counts; any other status of the read is taken as success.
+    if (BSP_ReadCpldBit(kSmmOnlineReg, bit, state) == kErr) return kErr;
+    return kOk;
+}
+
+uint32_t BSP_IsBoardFirstPowerOn(void)
+{
+    int fd = open("/dev/sys_info", O_RDWR);
+    if (fd < 0) {
+        BSP_LOG(kLogError, "BOARD open sysinfo fail(%d)", fd);
+        return 0;
+    }
+    auto read_counter = [fd](uint32_t request, uint32_t &counter) {
+        int rc = ioctl(fd, request, &counter);
+        if (rc != 0) BSP_LOG(kLogError, "BOARD read sysinfo fail(%d)", rc);
+        return rc == 0;
+    };
+    uint32_t first = kPowerOnUnread;
+    uint32_t second = kPowerOnUnread;
+    bool ok = read_counter(bsp::kSysInfoPowerOn1, first);
+    if (ok && BSP_Is5830Board()) {
+        ok = read_counter(bsp::kSysInfoPowerOn2, second);
+        first += second;  // both counters must be 0; the sum wraps like the 32-bit word it is
+    }
+    close(fd);
+    return (ok && first == 0) ? 1 : 0;
+}
+
+uint32_t BSP_GetBoardOnlineStatus(uint8_t board)
+{
+    if (board >= kCtrlBoardsMax) {
+        BSP_LOG(kLogError, "Input para err(%d)", board);
+        return 0;
+    }
+    // A 0 matches the starting value and is taken at once; a 1 needs two reads in a row. A
+    // failed read still moves its byte into the previous value.
+    uint8_t previous = 0;
+    uint8_t value = 0;
+    uint32_t ret = kOk;
+    for (int attempt = 0; attempt < kOnlineAttempts; ++attempt) {
+        ret = BSP_ReadCpldBit(kCtrlPresenceReg, board, &value);
+        if (ret == kOk && value == previous) return value;
+        previous = value;
+        vos_task_delay(kOnlineRetryMs);
+    }
+    BSP_LOG(kLogError, "Get board(%d) online status failed(%d)", board, static_cast<int32_t>(ret));
+    return 0;
+}
+
+uint32_t BSP_GetPlantInfo(uint8_t *plant, uint8_t *boardId)
+{
+    std::array<uint32_t, 2> info{};
+    if (int rc = memset_s(info.data(), sizeof info, 0, sizeof info); rc != 0) {
+        BSP_LOG(kLogError, "Error: init sysinfo failed, result = %d.", rc);
+    }
+    if (plant == nullptr || boardId == nullptr) return kErr;
+    bsp::SysInfoResult r = bsp::sysinfo_query(bsp::kSysInfoBoardInfo, info[0]);
+    if (!r.opened) {
+        BSP_LOG(kLogError, "open sys_info dev fail");
+        return kErr;
+    }
+    if (r.request_rc != 0) {
+        BSP_LOG(kLogError, "ioctrl sys_info dev fail: 0x%x", static_cast<uint32_t>(r.request_rc));
+        return kErr;
+    }
+    *plant = static_cast<uint8_t>((info[0] >> 12) & 0xF);
+    *boardId = static_cast<uint8_t>(info[0] >> 4);
+    return kOk;
+}
+
+uint32_t BSP_IsAcDown(void)
+{
+    uint8_t first = bit_or_zero(kAcDownReg, 0);
+    uint8_t second = bit_or_zero(kAcDownAltReg, 0);
+    if (first == 1) return 1;
+    // The second source is not wired on the 4U four-controller boards, except the 5830 4U
+    // two-processor board.
+    if (BSP_Is4U4CBoard() && !BSP_Is58304u2pBoard()) return 0;
+    return second == 1 ? 1 : 0;
+}
+
+uint32_t BSP_GetCtrlBoardNum(void) { return BSP_Is4U4CBoard() ? kCtrlBoards4U : kCtrlBoards2U; }
+
+uint32_t BSP_GetCtrlBoardPresent(uint8_t board, uint8_t *present)
+{
+    if (present == nullptr) return kErr;
+    uint8_t bits = 0;
+    uint32_t ret = BSP_ReadCpldBytes(kCtrlPresenceReg, 1, &bits);
+    if (ret != kOk) return kErr;
+    // A board beyond this enclosure's count is absent whatever its bit says.
+    *present = (board < BSP_GetCtrlBoardNum() && ((bits >> board) & 1) != 0) ? 1 : 0;
+    return ret;
+}
+
+uint32_t BSP_IsCtrlBoardPresent(uint8_t board)
+{
+    if (board >= kCtrlBoardsMax) return 0;
+    uint8_t present = 0;
+    if (BSP_GetCtrlBoardPresent(board, &present) == kOk) {
+        g_ctrl_present[board].store(present, std::memory_order_relaxed);
+        return present == 1 ? 1 : 0;
+    }
+    return g_ctrl_present[board].load(std::memory_order_relaxed) != 0 ? 1 : 0;
+}
 
 }  // extern "C"

@@ -1,12 +1,14 @@
 // CPLD register access: the four hubs every family reads and writes the CPLD through, the
 // local-bus and SPI paths behind them, and the thin users of the hubs (interrupts, factory
-// mode, serial-data validity, debounced reads).
+// mode, serial-data validity, debounced reads). Then the CPLD RAM behind its address/data
+// registers.
 #include <array>
 #include <cstdio>
 #include <string_view>
 
 #include "bmc_bsp.h"
 #include "core/log.h"
+#include "core/sem_guard.h"
 #include "core/status.h"
 #include "platform/bus.h"
 #include "platform/dfl.h"
@@ -16,6 +18,7 @@ namespace {
 
 using bsp::kErr;
 using bsp::kLogError;
+using bsp::kLogNotice;
 using bsp::kLogTrace;
 using bsp::kOk;
 
@@ -216,7 +219,7 @@ uint32_t BSP_SpiWriteCpldBit(uint32_t addr, uint32_t bit, uint8_t value)
     // `value` is deliberately not reduced to one bit: this is a debugging aid that writes
     // what it is given.
     auto updated = static_cast<uint8_t>((byte & ~(1u << bit)) ^ (static_cast<uint32_t>(value) << bit));
-    std::printf("Note: This method is only used for writting cpldbit in debug.\r\n");
+    std::fputs("Note: This method is only used for writting cpldbit in debug.\r", stdout);
     return BSP_SpiWriteCpldByte(addr, updated);
 }
 
@@ -380,6 +383,545 @@ uint32_t BSP_ReadCpldByteForTdm(uint32_t addr, uint32_t len, uint8_t *out)
     }
     out[0] = samples[2];
     return ret;
+}
+
+}  // extern "C"
+
+/* ------------------------------------------------------------------------ CPLD RAM */
+
+namespace {
+
+// The RAM is reached through a window of three registers: the address (low 8 bits, then the
+// high 5 bits) and the data byte at that address.
+constexpr uint32_t kRamAddrLoReg = 0xBA;
+constexpr uint32_t kRamAddrHiReg = 0xBB;
+constexpr uint32_t kRamDataReg = 0xBC;
+constexpr uint32_t kRamAddrHiMask = 0x1F;
+
+// The part of the RAM the library keeps its records in; ranges must end inside it.
+constexpr uint32_t kRamFirst = 0xC700;
+constexpr uint32_t kRamLast = 0xDBFF;
+constexpr uint32_t kRamEnd = kRamLast + 1;
+
+// The bit operations let the window settle after each address write.
+constexpr uint32_t kRamBitSettleMs = 5;
+
+// Semaphore 29 for one RAM sequence; BSP_MutexV gives it back. A failed take is logged here,
+// in the caller's words when they differ.
+class RamLock : public bsp::SemGuard {
+public:
+    explicit RamLock(const char *take_failed = "get BMC_MUTEX_IPC_CPLD_RAM fail.")
+        : SemGuard(bsp::kSemCpldRam, BSP_MutexV)
+    {
+        if (!held()) BSP_LOG(kLogError, "%s", take_failed);
+    }
+};
+
+// Points the window at `addr` (only its low 13 bits reach the CPLD); stops at the first failed
+// write, which the hub has logged.
+uint32_t select_ram_addr(uint32_t addr, uint32_t settle_ms = 0)
+{
+    if (BSP_WriteCpldByte(kRamAddrLoReg, static_cast<uint8_t>(addr & 0xFFu)) != kOk) return kErr;
+    if (settle_ms != 0) vos_task_delay(settle_ms);
+    if (BSP_WriteCpldByte(kRamAddrHiReg, static_cast<uint8_t>((addr >> 8) & kRamAddrHiMask)) != kOk) return kErr;
+    if (settle_ms != 0) vos_task_delay(settle_ms);
+    return kOk;
+}
+
+// The two range transfers differ only in the direction of the data byte and its log text.
+uint32_t ram_write_byte(const uint8_t *byte) { return BSP_WriteCpldByte(kRamDataReg, *byte); }
+uint32_t ram_read_byte(uint8_t *byte) { return BSP_ReadCpldBytes(kRamDataReg, 1, byte); }
+
+template <typename Byte>
+uint32_t ram_range(uint16_t addr, Byte *data, uint32_t len, uint32_t (*transfer)(Byte *), const char *fail_fmt)
+{
+    if (data == nullptr) return kErr;
+    // Widened so that no length can wrap the end back into the RAM.
+    if (uint64_t{addr} + len > kRamEnd) return kErr;
+    RamLock lock;
+    if (!lock.held()) return kErr;
+    // The semaphore is held for the whole range: no other process's access interleaves.
+    for (uint32_t i = 0; i < len; ++i) {
+        uint32_t at = addr + i;
+        if (select_ram_addr(at) != kOk) return kErr;
+        if (transfer(&data[i]) != kOk) {
+            BSP_LOG(kLogError, fail_fmt, at);
+            return kErr;
+        }
+    }
+    return kOk;
+}
+
+}  // namespace
+
+extern "C" {
+
+void BSP_MutexV(void)
+{
+    if (BMC_ProcessMutexSem_V(bsp::kSemCpldRam) != 0) BSP_LOG(kLogError, " BMC_MUTEX_IPC_CPLD_RAM v fail.");
+}
+
+void BSP_SetCpldRam(uint16_t addr, uint8_t value)
+{
+    RamLock lock;
+    if (!lock.held()) return;
+    if (select_ram_addr(addr) != kOk) return;
+    if (BSP_WriteCpldByte(kRamDataReg, value) != kOk) BSP_LOG(kLogError, "%s: error at (line:%d)", __func__, __LINE__);
+}
+
+void BSP_GetCpldRam(uint16_t addr, uint8_t *value)
+{
+    if (value == nullptr) return;
+    uint8_t byte = 0;
+    uint32_t ret = kErr;
+    {
+        RamLock lock;
+        if (!lock.held()) return;
+        if (select_ram_addr(addr) != kOk) return;
+        ret = BSP_ReadCpldBytes(kRamDataReg, 1, &byte);
+        if (ret != kOk) BSP_LOG(kLogError, "%s: error at (line:%d)", __func__, __LINE__);
+    }
+    // Handed over only once the semaphore is back.
+    if (ret == kOk) *value = byte;
+}
+
+uint32_t BSP_SetCpldRamBytes(uint16_t addr, const uint8_t *data, uint32_t len)
+{
+    return ram_range(addr, data, len, ram_write_byte, "Set cpldram 0x%x failed");
+}
+
+uint32_t BSP_GetCpldRamBytes(uint16_t addr, uint8_t *data, uint32_t len)
+{
+    return ram_range(addr, data, len, ram_read_byte, "Get cpldram 0x%x failed");
+}
+
+uint32_t BSP_SetCpldRamBit(uint16_t addr, uint8_t bit, uint8_t value)
+{
+    if (bit >= kBitsPerReg || value > 1) {
+        BSP_LOG(kLogError, "Input para out of range.");
+        return kErr;
+    }
+    // Capital G here, unlike its siblings: the line has always read so.
+    RamLock lock("Get BMC_MUTEX_IPC_CPLD_RAM fail.");
+    if (!lock.held()) return kErr;
+    if (select_ram_addr(addr, kRamBitSettleMs) != kOk) return kErr;
+    if (BSP_WriteCpldBit(kRamDataReg, bit, value) != kOk) {
+        BSP_LOG(kLogError, "Write Cpld ram addr(0x%02x) bit(%d) value(%d) failed", addr, bit, value);
+        return kErr;
+    }
+    return kOk;
+}
+
+uint32_t BSP_GetCpldRamBit(uint16_t addr, uint8_t bit, uint8_t *value)
+{
+    if (value == nullptr) return kErr;
+    if (bit >= kBitsPerReg) {
+        BSP_LOG(kLogError, "Input para out of range.");
+        return kErr;
+    }
+    uint8_t b = 0;
+    {
+        RamLock lock;
+        if (!lock.held()) return kErr;
+        if (select_ram_addr(addr, kRamBitSettleMs) != kOk) return kErr;
+        if (BSP_ReadCpldBit(kRamDataReg, bit, &b) != kOk) {
+            BSP_LOG(kLogError, "Read Cpld ram addr(0x%02x) bit(%d) failed", addr, bit);
+            return kErr;
+        }
+    }
+    *value = b;
+    return kOk;
+}
+
+uint32_t BSP_ClearCpldRamData(uint16_t addr, uint32_t len)
+{
+    uint32_t first = addr;
+    if (len == 0) {
+        // Reported as an empty range whose end lies below its start.
+        BSP_LOG(kLogNotice, "Clear cpld ram data from 0x%x to 0x%x.", first, first - 1);
+        return kOk;
+    }
+    if (first < kRamFirst || first > kRamLast) return kErr;
+    // Byte by byte, each under the semaphore on its own: other processes may interleave, and
+    // a failed byte is only logged by BSP_SetCpldRam.
+    for (uint32_t i = 0; i < len; ++i) {
+        uint32_t at = first + i;
+        if (at >= kRamEnd) return kErr;  // what lies below the end stays cleared
+        BSP_SetCpldRam(static_cast<uint16_t>(at), 0);
+    }
+    BSP_LOG(kLogNotice, "Clear cpld ram data from 0x%x to 0x%x.", first, first + len - 1);
+    return kOk;
+}
+
+}  // extern "C"
+
+/* ---------------------------------------------------------------- upgrade state */
+
+extern "C" {
+
+uint32_t BSP_IsCpldUpgrading(uint8_t *state)
+{
+    // Callers only look at `state`, which stays as it was when the framework cannot answer.
+    if (state == nullptr) return kOk;
+    OBJ_HANDLE upgrade = 0;
+    if (int32_t ret = dfl_get_object_handle("Upgrade", &upgrade); ret != 0) {
+        BSP_LOG(kLogError, "Get obj handle err[%d]", ret);
+        return kOk;
+    }
+    GVariant *value = nullptr;
+    int32_t ret = dfl_get_property_value(upgrade, "CpldUpgState", &value);
+    // A value that is missing or not a byte is no answer either.
+    if (ret == 0 && (value == nullptr || !g_variant_is_of_type(value, G_VARIANT_TYPE_BYTE))) ret = -1;
+    if (ret != 0) {
+        BSP_LOG(kLogError, "Get property value failed[%d]", ret);
+    } else {
+        *state = g_variant_get_byte(value);
+    }
+    if (value != nullptr) g_variant_unref(value);
+    return kOk;
+}
+
+}  // extern "C"
+
+/* =================================================================== CPLD inventory and health
+ * How many CPLDs the board has, whether they answer (write/read-back self tests), whether they
+ * are healthy, who made them, and how many CPLDs the platform's CPLD driver will upgrade. */
+
+#include <atomic>
+#include <cstring>
+
+#include "core/cache.h"
+#include "platform/cpld_drv.h"
+#include "platform/securec.h"
+
+namespace {
+namespace inventory {
+
+using bsp::kErr;
+using bsp::kLogError;
+using bsp::kLogNotice;
+using bsp::kLogTrace;
+using bsp::kOk;
+
+// The CPLD count of this board; 0xFF until a lookup succeeds, and again after one fails.
+bsp::CachedValue<uint8_t, 0xFF> g_cpld_num;
+// The last health verdict handed out (1 healthy, 0 faulty); 0 at load, so the first healthy
+// answer is logged as a change.
+std::atomic<uint8_t> g_last_health{0};
+
+// The register each CPLD's self test writes and reads back, CPLD 0..2.
+constexpr size_t kSelfTestCplds = 3;
+constexpr std::array<uint32_t, kSelfTestCplds> kSelfTestRegs = {0x002, 0x24A, 0x00A};
+constexpr std::array<uint32_t, kSelfTestCplds> kSelfTestRegs5820 = {0x002, 0x00A, 0x24A};
+constexpr uint32_t kSelfTestDefaultReg = 0x002;
+// The test register answers the complement of the last write.
+constexpr uint8_t kPatternFirst = 0xAA;
+constexpr uint8_t kPatternSecond = 0x55;
+constexpr uint32_t kSelfTestSettleMs = 50;
+// A self test that cannot get the lock within this many seconds is skipped.
+constexpr int32_t kSelfTestSemWaitS = 2;
+
+constexpr uint32_t kHealthReg = 0xFB;
+constexpr uint8_t kHealthMask = 0x0F;
+constexpr uint8_t kHealthMask5820 = 0xFF;
+
+// Vendor code registers of CPLD 0 and CPLD 1, and the names of the codes, searched in order.
+constexpr std::array<uint32_t, 2> kVendorRegs = {0x1D5, 0x2E0};
+struct VendorCode {
+    uint8_t value;
+    const char *name;
+};
+constexpr std::array<VendorCode, 4> kVendorCodes = {{
+    {0x00, "Anlu"},
+    {0x66, "Anlu"},
+    {0x99, "Lattice"},
+    {0x55, "pango"},
+}};
+constexpr const char *kVendorUnknown = "Undentified";
+constexpr const char *kVendorOfZero = "Anlu";
+
+// Device ids the CPLD driver reports, and the vendor code (0 Anlu, 1 Lattice, 2 pango) each
+// stands for.
+struct ChipVendor {
+    uint32_t id;
+    uint8_t code;
+    const char *log_name;  // as "Cpld(%d) is %s" names it
+};
+constexpr std::array<ChipVendor, 5> kChipVendors = {{
+    {0x03004C37, 0, "anlu"},
+    {0x00008C3B, 0, "anlu"},
+    {0x612BD043, 1, "lattice"},
+    {0x0042B899, 2, "pango"},
+    {0x0042A899, 2, "pango"},
+}};
+
+constexpr uint8_t kIdRequestKind = 3;
+constexpr size_t kMaxDriverIds = sizeof(CpldIdRequest::ids) / sizeof(CpldIdRequest::ids[0]);
+constexpr int kDriverAttempts = 10;
+constexpr uint32_t kDriverRetryMs = 1000;
+
+// The CPLD driver's calls share one shape: up to ten attempts, a second's wait after every
+// failed one (the last one too). Returns 0 or the last attempt's code.
+template <typename Call>
+int32_t driver_retry(Call call)
+{
+    int32_t rc = -1;
+    for (int attempt = 0; attempt < kDriverAttempts; ++attempt) {
+        rc = call();
+        if (rc == 0) return 0;
+        vos_task_delay(kDriverRetryMs);
+    }
+    return rc;
+}
+
+// The read-backs of one self-test pattern and the status of each of its four bus steps
+// (write, read, write, read).
+struct PatternResult {
+    uint8_t first = 0;
+    uint8_t second = 0;
+    std::array<uint32_t, 4> steps{};
+};
+
+// Writes the two patterns to `addr`, each followed by a settling wait and a read-back.
+// `on_step_error(status)` hears about a failure of any step but the last, as it happens.
+template <typename OnStepError>
+PatternResult run_pattern(uint32_t addr, OnStepError on_step_error)
+{
+    PatternResult r;
+    auto step = [&](size_t i, uint32_t status) {
+        r.steps[i] = status;
+        if (status != kOk && i + 1 < r.steps.size()) on_step_error(status);
+    };
+    step(0, BSP_WriteCpldByte(addr, kPatternFirst));
+    vos_task_delay(kSelfTestSettleMs);
+    step(1, BSP_ReadCpldBytes(addr, 1, &r.first));
+    step(2, BSP_WriteCpldByte(addr, kPatternSecond));
+    vos_task_delay(kSelfTestSettleMs);
+    step(3, BSP_ReadCpldBytes(addr, 1, &r.second));
+    return r;
+}
+
+bool pattern_passed(uint8_t first, uint8_t second)
+{
+    return first == static_cast<uint8_t>(~kPatternFirst) && second == static_cast<uint8_t>(~kPatternSecond);
+}
+
+}  // namespace inventory
+}  // namespace
+
+extern "C" {
+
+uint32_t BSP_GetCpldNum(uint8_t *num)
+{
+    using namespace inventory;
+    if (num == nullptr) {
+        BSP_LOG(kLogError, "Input CPLD num buffer is null");
+        return kErr;
+    }
+    if (g_cpld_num.known()) {
+        *num = g_cpld_num.get();
+        return kOk;
+    }
+    uint8_t board_id = 0xFF;
+    uint32_t ret = BSP_GetBmcBoardId(&board_id);
+    if (ret != kOk) {
+        *num = 0;
+        g_cpld_num.set(0xFF);
+        BSP_LOG(kLogError, "BSP: Get Bmc BoardId Failed for getting cpld num, Ret=0x%x", ret);
+        return kErr;
+    }
+    // The counts are those of the logic version register table.
+    uint32_t rows = BSP_GetSizeOfLogicVerRegTable();
+    for (uint32_t row = 0; row < rows; ++row) {
+        if (BSP_GetBoardIdOfLogicVerRegTable(row) != board_id) continue;
+        *num = BSP_GetCpldNumOfLogicVerRegTable(row);
+        g_cpld_num.set(*num);
+        return kOk;
+    }
+    *num = 0;
+    g_cpld_num.set(0xFF);
+    BSP_LOG(kLogError, "BSP: Get cpld num fail. BoardId:0x%x", board_id);
+    return kErr;
+}
+
+uint32_t BSP_GetSelfTestCpldAddr(uint8_t cpldId, uint32_t *addr)
+{
+    using namespace inventory;
+    if (addr == nullptr || cpldId >= kSelfTestCplds) {
+        BSP_LOG(kLogError, "Get cpldreg self test addr cpldId %d is out of range.", cpldId);
+        return kErr;
+    }
+    *addr = BSP_Is58204U4CBoard() ? kSelfTestRegs5820[cpldId] : kSelfTestRegs[cpldId];
+    return kOk;
+}
+
+uint32_t BSP_CpldSelfTest(void)
+{
+    using namespace inventory;
+    uint8_t count = kSelfTestCplds;
+    uint32_t addr = kSelfTestDefaultReg;
+    std::array<uint8_t, kSelfTestCplds> first{};
+    std::array<uint8_t, kSelfTestCplds> second{};
+    {
+        bsp::SemGuard sem(bsp::kSemCpldSelfTest, kSelfTestSemWaitS);
+        // A busy lock is another process testing right now, not a CPLD fault.
+        if (!sem.held()) return kOk;
+        uint32_t ret = BSP_GetCpldNum(&count);
+        if (ret != kOk) {
+            BSP_LOG(kLogError, "Get CPLD Number fail![%d]", static_cast<int32_t>(ret));
+            return kOk;
+        }
+        uint32_t loop_status = kOk;
+        for (uint8_t i = 0; i < count && i < kSelfTestCplds; ++i) {
+            // A failed lookup keeps the previous address; the step fails anyway.
+            uint32_t status = BSP_GetSelfTestCpldAddr(i, &addr);
+            PatternResult r = run_pattern(addr, [](uint32_t) {});
+            first[i] = r.first;
+            second[i] = r.second;
+            for (uint32_t s : r.steps) status |= s;
+            loop_status = status;
+            if (status != kOk) break;
+        }
+        int32_t give = sem.release();
+        if (loop_status != kOk || give != 0) {
+            BSP_LOG(kLogTrace, "Test cpld fail, ret=%d, errorCode=%d.", static_cast<int32_t>(loop_status), give);
+        }
+    }
+    // The verdict looks only at the read-backs: a CPLD the loop never reached fails.
+    for (uint8_t i = 0; i < count; ++i) {
+        if (i >= kSelfTestCplds || !pattern_passed(first[i], second[i])) return kErr;
+    }
+    return kOk;
+}
+
+uint32_t BSP_CpldSelfTestByOne(uint8_t cpldId)
+{
+    using namespace inventory;
+    uint32_t addr = kSelfTestDefaultReg;
+    if (BSP_GetSelfTestCpldAddr(cpldId, &addr) != kOk) return kErr;
+    PatternResult r;
+    {
+        bsp::SemGuard sem(bsp::kSemCpldSelfTest, kSelfTestSemWaitS);
+        if (!sem.held()) return kOk;
+        r = run_pattern(addr, [](uint32_t status) {
+            BSP_LOG(kLogTrace, "Test cpld fail, ret=%d.", static_cast<int32_t>(status));
+        });
+        int32_t give = sem.release();
+        uint32_t last = r.steps.back();
+        if (last != kOk || give != 0) {
+            BSP_LOG(kLogTrace, "Test cpld fail, ret=%d, errorCode=%d.", static_cast<int32_t>(last), give);
+        }
+    }
+    return pattern_passed(r.first, r.second) ? kOk : kErr;
+}
+
+uint32_t BSP_CpldBorCIsHealth(void)
+{
+    using namespace inventory;
+    if (BSP_IsMiddleBoard() || BSP_IsManuVersion()) return 1;
+    uint8_t value = 0xFF;
+    uint32_t ret = BSP_ReadCpldBytes(kHealthReg, 1, &value);
+    if (ret != kOk) {
+        // Not knowing is never reported as a fault.
+        BSP_LOG(kLogError, "Read cpld(0x%x) fail, ret = %d.", kHealthReg, static_cast<int32_t>(ret));
+        return 1;
+    }
+    uint8_t mask = BSP_Is58204U4CBoard() ? kHealthMask5820 : kHealthMask;
+    uint8_t health = (value & mask) == 0 ? 1 : 0;
+    uint8_t last = g_last_health.load(std::memory_order_relaxed);
+    if (health != last) {
+        // The first placeholder has always printed the mask; log readers know it so.
+        BSP_LOG(kLogNotice,
+                "Health status of cpld(0x%x) change from %d to %d, reg[0x%x]=0x%x, modules of iocard and disk will "
+                "stop routine if the cpld is fault.",
+                mask, last, health, kHealthReg, value);
+    }
+    g_last_health.store(health, std::memory_order_relaxed);
+    return health;
+}
+
+void BSP_Get5830CPLDTypeStr(uint8_t size, char *buf)
+{
+    using namespace inventory;
+    if (buf == nullptr || size == 0) return;
+    std::array<const char *, 2> names = {kVendorUnknown, kVendorUnknown};
+    // One byte serves both reads, so a failed read of CPLD 1 shows CPLD 0's code.
+    uint8_t code = 0;
+    for (size_t i = 0; i < kVendorRegs.size(); ++i) {
+        (void)BSP_ReadCpldBytes(kVendorRegs[i], 1, &code);
+        for (const VendorCode &v : kVendorCodes) {
+            if (v.value == code) names[i] = v.name;
+        }
+        if (code == 0) names[i] = kVendorOfZero;
+    }
+    size_t cap = static_cast<size_t>(size - 1);
+    int rc = snprintf_s(buf, cap, cap, "%s %s", names[0], names[1]);
+    if (rc < 0) {
+        BSP_LOG(kLogError, "BSP: snprintf %s and %s to CPLD str failed, result = %d.", names[0], names[1], rc);
+    }
+}
+
+uint32_t BSP_GetCpldChipId(uint32_t *ids, uint32_t idsSize, uint8_t cpldNum, uint8_t cpldId)
+{
+    using namespace inventory;
+    // The driver's record holds at most six ids.
+    if (idsSize == 0 || cpldId >= cpldNum || ids == nullptr || cpldNum > kMaxDriverIds) {
+        BSP_LOG(kLogError, "Input para err, cpldId(%d)", cpldId);
+        return kErr;
+    }
+    CpldIdRequest req;
+    std::memset(&req, 0, sizeof req);
+    req.kind = kIdRequestKind;
+    req.index = cpldId;
+    int32_t rc = driver_retry([&] { return cpld_get_id(&req); });
+    if (rc != 0) {
+        BSP_LOG(kLogError, "Get cpld chip id failed, ret(%d)", rc);
+        return static_cast<uint32_t>(rc);
+    }
+    if (req.count != cpldNum) {
+        BSP_LOG(kLogError, "Cpld num is out of range, get cnt(%d), fact cnt(%d)", req.count, cpldNum);
+        return kErr;
+    }
+    int cp = memcpy_s(ids, idsSize, req.ids, static_cast<size_t>(cpldNum) * sizeof req.ids[0]);
+    BSP_LOG(kLogNotice, "Cpld0 devicedId(0x%x), cpld1 devicedId(0x%x), ret=%d.", req.ids[0], req.ids[1], cp);
+    return static_cast<uint32_t>(cp);
+}
+
+uint32_t BSP_CovertCpldType(const uint32_t *ids, uint8_t *types, uint8_t count)
+{
+    using namespace inventory;
+    if (count == 0) return kOk;
+    if (ids == nullptr || types == nullptr) return kErr;
+    uint32_t result = kOk;
+    for (uint8_t i = 0; i < count; ++i) {
+        const ChipVendor *match = nullptr;
+        for (const ChipVendor &c : kChipVendors) {
+            if (c.id == ids[i]) {
+                match = &c;
+                break;
+            }
+        }
+        if (match == nullptr) {
+            // An unknown id keeps the caller's value and spoils the result, not the walk.
+            BSP_LOG(kLogError, "Invalid cpld chip id(%d)", static_cast<int32_t>(ids[i]));
+            result = kErr;
+            continue;
+        }
+        types[i] = match->code;
+        BSP_LOG(kLogNotice, "Cpld(%d) is %s", i, match->log_name);
+    }
+    return result;
+}
+
+uint32_t BSP_SetCpldUpgNum(uint32_t num)
+{
+    using namespace inventory;
+    int32_t rc = driver_retry([&] { return cpld_set_num(num); });
+    if (rc != 0) {
+        BSP_LOG(kLogError, "Set upgrade num failed(%d)", rc);
+        return static_cast<uint32_t>(rc);
+    }
+    return kOk;
 }
 
 }  // extern "C"

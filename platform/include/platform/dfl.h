@@ -9,7 +9,11 @@
 extern "C" {
 #endif
 
+/* Guarded: the library's exported header declares the same type for its users. */
+#if !defined(BSP_OBJ_HANDLE_DEFINED)
+#define BSP_OBJ_HANDLE_DEFINED
 typedef uint64_t OBJ_HANDLE;
+#endif
 int32_t dfl_get_object_handle(const char *name, OBJ_HANDLE *handle);
 const char *dfl_get_object_name(OBJ_HANDLE handle);             /* NULL for an unknown handle */
 int32_t dfl_get_object_list(const char *class_name, GSList **handles); /* data = handle as pointer; free with g_slist_free */

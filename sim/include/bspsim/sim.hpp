@@ -6,6 +6,7 @@
 #ifndef BSPSIM_SIM_HPP
 #define BSPSIM_SIM_HPP
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -55,12 +56,15 @@ enum class Op : uint32_t {
     DflSetProp,     // b = option
     DflGetHw,       // b = option
     DflGetAccessor,
-    DflCallMethod,  // name = "object.method"
-    DflBlockRead,   // b = offset, len = length
-    DflBlockWrite,  // b = offset, len = length
+    DflCallMethod,  // name = "object.method", b = inputs, value = outputs answered
+    DflBlockRead,   // b = offset, len = length, value = first byte moved
+    DflBlockWrite,  // b = offset, len = length, value = first byte moved
     DflChipByteWrite, // name = chip, a = offset, b = mask, value = byte
     DflReboot,
     DalGetString,
+    GetUbootNum,    // value = boot-loader copy number answered
+    GetUbootVer,    // a = boot-loader copy, name = version answered
+    GetSdkVer,      // a = first length, b = second length, name = first version answered
     Count
 };
 
@@ -102,6 +106,22 @@ enum class Source : uint32_t { Register = 0, Pin = 1, SysInfo = 2 };
 
 inline constexpr uint32_t kAnyKey = 0xFFFFFFFFu;
 
+// Codes the simulated object framework refuses a call with.
+inline constexpr int32_t kDflNoObject = -2;      // no such object (or handle)
+inline constexpr int32_t kDflNoProperty = -3;    // the object has no such property (or block)
+inline constexpr int32_t kDflBadValue = -4;      // a null or unstorable value
+inline constexpr int32_t kDflTypeMismatch = -5;  // a value of another type than the property's
+inline constexpr int32_t kDflNoMethod = -6;      // neither the object nor its class has the method
+inline constexpr int32_t kDflOutOfRange = -7;    // a block transfer beyond the end of the block
+
+// One call of a class method, as the framework saw it.
+struct MethodCall {
+    std::string object;
+    std::string method;
+    std::vector<std::string> inputs;  // each input in GVariant text, with type annotations
+    int32_t result = 0;
+};
+
 class Board {
 public:
     // Creates a fresh instance from a profile (name under the profile directory, or a path)
@@ -139,6 +159,17 @@ public:
     // The register answers the complement of the last value written to it.
     void make_self_test(uint32_t reg);
 
+    // The platform's CPLD driver: the device ids it reports (at most 6; their number is the
+    // CPLD count it reports) and the count last announced for an upgrade (0: none yet).
+    void set_cpld_ids(const std::vector<uint32_t> &ids);
+    std::vector<uint32_t> cpld_ids() const;
+    uint32_t cpld_upgrade_num() const;
+
+    // Boot-loader copies (the one that booted, and the version of copies 0 and 1) and the two
+    // SDK version texts.
+    void set_uboot(uint8_t current, const std::string &copy0, const std::string &copy1);
+    void set_sdk(const std::string &first, const std::string &second);
+
     // Framework objects. Values are GVariant text with type annotations ("byte 0x05",
     // "uint16 7", "'text'", "@ay [0x01, 0x02]").
     uint64_t add_object(const std::string &name, const std::string &cls);
@@ -149,6 +180,23 @@ public:
     void set_accessor(const std::string &object, const std::string &property, const std::string &accessor);
     // Stored value as GVariant text ("" when the property does not exist).
     std::string property(const std::string &object, const std::string &property) const;
+    // Hardware value as GVariant text ("" when the property has no hardware source).
+    std::string hardware_value(const std::string &object, const std::string &property) const;
+
+    // Class methods. An answer is the tuple of the outputs in GVariant text: "(byte 0x01,)",
+    // "(uint32 0, byte 5)", "()" for none. An object's own method answers before its class's.
+    void set_method(const std::string &object, const std::string &method, const std::string &outputs);
+    void set_class_method(const std::string &cls, const std::string &method, const std::string &outputs);
+    // The method answering for `object` gives these answers first, in order, then its standing
+    // answer again. Scripting a class's method scripts it for every object of the class.
+    void script_method(const std::string &object, const std::string &method, const std::vector<std::string> &outputs);
+    // The most recent calls (up to 256), oldest first.
+    std::vector<MethodCall> method_calls() const;
+
+    // Block-access chips: a byte block behind a property, moved by dfl_block_read/write at an
+    // offset. set_block creates the block or replaces its contents and size.
+    void set_block(const std::string &object, const std::string &property, const std::vector<uint8_t> &bytes);
+    std::vector<uint8_t> block(const std::string &object, const std::string &property) const;  // empty: none
 
     // Semaphores: current value of semaphore `id` (1 = free, 0 = held).
     int sem_value(uint32_t id) const;
@@ -188,6 +236,9 @@ std::string profile_dir();
 std::vector<std::string> profile_names();
 // Sends every captured log line to stderr as it happens (for `bspctl -v`).
 void set_log_echo(bool on);
+// Values the framework handed to this process (property values, method outputs) that are still
+// alive: a caller that releases all it was given brings this back to where it was.
+std::size_t live_values();
 
 }  // namespace bspsim
 

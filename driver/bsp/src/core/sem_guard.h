@@ -20,8 +20,16 @@ inline constexpr uint32_t kSemSoftReset = 38;
 
 class SemGuard {
 public:
+    // A give of a semaphore's own: a function that gives it back and reports a failing give
+    // in that semaphore's words. The guard then never calls BMC_ProcessMutexSem_V itself.
+    using Give = void (*)();
+
     explicit SemGuard(uint32_t id, int32_t wait_s = BMC_SEM_WAIT_FOREVER)
         : id_(id), held_(BMC_ProcessMutexSem_P(id, wait_s) == 0)
+    {
+    }
+    SemGuard(uint32_t id, Give give, int32_t wait_s = BMC_SEM_WAIT_FOREVER)
+        : id_(id), give_(give), held_(BMC_ProcessMutexSem_P(id, wait_s) == 0)
     {
     }
     ~SemGuard() { (void)release(); }
@@ -30,16 +38,22 @@ public:
 
     bool held() const { return held_; }
 
-    // Gives the semaphore back now; returns the give's result (0 when nothing was held).
+    // Gives the semaphore back now; returns the give's result (0 when nothing was held, and
+    // 0 with a give of its own, which has reported any failure already).
     int32_t release()
     {
         if (!held_) return 0;
         held_ = false;
+        if (give_ != nullptr) {
+            give_();
+            return 0;
+        }
         return BMC_ProcessMutexSem_V(id_);
     }
 
 private:
     uint32_t id_;
+    Give give_ = nullptr;
     bool held_;
 };
 

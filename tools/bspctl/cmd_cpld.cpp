@@ -1,0 +1,113 @@
+// bspctl cpld: CPLD registers through the library's hubs (local bus or SPI, as the board has
+// it). Each subcommand is a row of the table at the end.
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "bmc_bsp.h"
+#include "bspctl.h"
+#include "subcommand.h"
+
+namespace bspctl {
+
+int cpld_upgrade_mode(const Options &opts, const Args &args);  // cmd_cpld_upgrade.cpp
+int cpld_selftest(const Options &opts, const Args &args);      // cmd_cpld_health.cpp
+int cpld_health(const Options &opts, const Args &args);        // cmd_cpld_health.cpp
+
+namespace {
+
+constexpr uint64_t kRegCount = 0x400;
+
+std::string reg_name(uint64_t addr) { return "CPLD register " + hex(addr, 3); }
+
+// Register address, or nullopt after printing why not.
+std::optional<uint64_t> reg_arg(const std::string &text)
+{
+    auto addr = parse_number(text, kRegCount - 1);
+    if (!addr) fail("bad register address " + text + " (0 to 0x3ff)");
+    return addr;
+}
+
+int get(const Options &opts, const Args &args)
+{
+    auto addr = reg_arg(args[0]);
+    if (!addr) return 1;
+    uint64_t count = 1;
+    if (args.size() > 1) {
+        const uint64_t room = kRegCount - *addr;
+        auto n = parse_number(args[1], room);
+        if (!n || *n == 0) {
+            return fail("bad count " + args[1] + " (1 to " + std::to_string(room) + " from " + hex(*addr, 3) + ")");
+        }
+        count = *n;
+    }
+    std::vector<uint8_t> values(count);
+    uint32_t status = BSP_ReadCpldBytes(static_cast<uint32_t>(*addr), static_cast<uint32_t>(count), values.data());
+    if (status != 0) return fail_call("read " + reg_name(*addr), status);
+    if (opts.json) {
+        std::printf("{\"addr\": %llu, \"values\": [", static_cast<unsigned long long>(*addr));
+        for (size_t i = 0; i < values.size(); ++i) std::printf("%s%u", i ? ", " : "", values[i]);
+        std::printf("]}\n");
+    } else {
+        for (size_t i = 0; i < values.size(); ++i) std::printf("%s%s", i ? " " : "", hex(values[i]).c_str());
+        std::printf("\n");
+    }
+    return 0;
+}
+
+int set(const Options &, const Args &args)
+{
+    auto addr = reg_arg(args[0]);
+    if (!addr) return 1;
+    auto value = parse_number(args[1], 0xFF);
+    if (!value) return fail("bad value " + args[1] + " (0 to 0xff)");
+    uint32_t status = BSP_WriteCpldByte(static_cast<uint32_t>(*addr), static_cast<uint8_t>(*value));
+    if (status != 0) return fail_call("write " + reg_name(*addr), status);
+    return 0;
+}
+
+int bit(const Options &opts, const Args &args)
+{
+    auto addr = reg_arg(args[0]);
+    if (!addr) return 1;
+    auto bitno = parse_number(args[1], 7);
+    if (!bitno) return fail("bad bit " + args[1] + " (0 to 7)");
+    const auto a = static_cast<uint32_t>(*addr);
+    const auto b = static_cast<uint32_t>(*bitno);
+    if (args.size() > 2) {
+        auto value = parse_number(args[2], 1);
+        if (!value) return fail("bad bit value " + args[2] + " (0 or 1)");
+        uint32_t status = BSP_WriteCpldBit(a, b, static_cast<uint8_t>(*value));
+        if (status != 0) return fail_call("write bit " + args[1] + " of " + reg_name(a), status);
+        return 0;
+    }
+    uint8_t value = 0;
+    uint32_t status = BSP_ReadCpldBit(a, b, &value);
+    if (status != 0) return fail_call("read bit " + args[1] + " of " + reg_name(a), status);
+    if (opts.json) {
+        std::printf("{\"addr\": %u, \"bit\": %u, \"value\": %u}\n", a, b, value);
+    } else {
+        std::printf("%u\n", value);
+    }
+    return 0;
+}
+
+const Subcommand kSubcommands[] = {
+    {"get", "ADDR [COUNT]", "print COUNT registers (default 1) from ADDR", 1, 2, get},
+    {"set", "ADDR VALUE", "write VALUE (0-0xff) to register ADDR", 2, 2, set},
+    {"bit", "ADDR BIT [0|1]", "print bit BIT (0-7) of register ADDR, or write it", 2, 3, bit},
+    {"upgrade-mode", "CPLD [0|1]", "print whether CPLD (0-2) is in upgrade mode, or switch it", 1, 2, cpld_upgrade_mode},
+    {"selftest", "[CPLD]", "write/read-back test of every CPLD, or of CPLD (0-2)", 0, 1, cpld_selftest},
+    {"health", "", "print whether the CPLD fault register shows a fault", 0, 0, cpld_health},
+};
+
+const std::string kUsage = subcommand_usage("cpld", kSubcommands,
+                                            "\n  Registers are 0 to 0x3ff; numbers in hex (0x..) or decimal. The library\n"
+                                            "  picks the bus (local bus or SPI) from the board, as at every call.\n");
+
+int run(const Options &opts, const Args &args) { return run_subcommand("cpld", kSubcommands, opts, args); }
+
+const Register reg({"cpld", "read and write CPLD registers", kUsage.c_str(), run});
+
+}  // namespace
+}  // namespace bspctl
