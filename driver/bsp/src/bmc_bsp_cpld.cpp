@@ -1,17 +1,23 @@
 // CPLD register access: the four hubs every family reads and writes the CPLD through, the
 // local-bus and SPI paths behind them, and the thin users of the hubs (interrupts, factory
-// mode, serial-data validity, debounced reads). Then the CPLD RAM behind its address/data
-// registers.
+// mode, serial-data validity, debounced reads); the CPLD RAM behind its address/data
+// registers; and the CPLD inventory: count, self tests, health, vendors and chip ids.
 #include <array>
+#include <atomic>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 
 #include "bmc_bsp.h"
+#include "core/cache.h"
 #include "core/log.h"
+#include "core/retry.h"
 #include "core/sem_guard.h"
 #include "core/status.h"
 #include "platform/bus.h"
+#include "platform/cpld_drv.h"
 #include "platform/dfl.h"
+#include "platform/securec.h"
 #include "platform/vos.h"
 
 namespace {
@@ -54,17 +60,11 @@ Path choose_path()
 
 bool debounced_register(uint32_t addr) { return addr == 0x29 || addr == 0x33 || (addr >= 0x1D2 && addr <= 0x1D9); }
 
-// The SPI retry wrappers share one shape: up to five attempts, 10 ms after every failure.
+// The SPI retry wrappers: up to five attempts, 10 ms after every failure.
 template <typename Once>
 uint32_t spi_retry(Once once)
 {
-    uint32_t ret = kErr;
-    for (int attempt = 0; attempt < kSpiAttempts; ++attempt) {
-        ret = once();
-        if (ret == kOk) return kOk;
-        vos_task_delay(kSpiRetryDelayMs);
-    }
-    return ret;
+    return bsp::retry_with_delay(kSpiAttempts, kSpiRetryDelayMs, once);
 }
 
 LocalBusRequest lb_request(uint32_t mode, uint32_t addr, uint32_t len, uint32_t mask, uint8_t *data)
@@ -587,13 +587,6 @@ uint32_t BSP_IsCpldUpgrading(uint8_t *state)
  * How many CPLDs the board has, whether they answer (write/read-back self tests), whether they
  * are healthy, who made them, and how many CPLDs the platform's CPLD driver will upgrade. */
 
-#include <atomic>
-#include <cstring>
-
-#include "core/cache.h"
-#include "platform/cpld_drv.h"
-#include "platform/securec.h"
-
 namespace {
 namespace inventory {
 
@@ -660,18 +653,11 @@ constexpr size_t kMaxDriverIds = sizeof(CpldIdRequest::ids) / sizeof(CpldIdReque
 constexpr int kDriverAttempts = 10;
 constexpr uint32_t kDriverRetryMs = 1000;
 
-// The CPLD driver's calls share one shape: up to ten attempts, a second's wait after every
-// failed one (the last one too). Returns 0 or the last attempt's code.
+// The CPLD driver's calls: up to ten attempts, a second's wait after every failed one.
 template <typename Call>
 int32_t driver_retry(Call call)
 {
-    int32_t rc = -1;
-    for (int attempt = 0; attempt < kDriverAttempts; ++attempt) {
-        rc = call();
-        if (rc == 0) return 0;
-        vos_task_delay(kDriverRetryMs);
-    }
-    return rc;
+    return bsp::retry_with_delay(kDriverAttempts, kDriverRetryMs, call);
 }
 
 // The read-backs of one self-test pattern and the status of each of its four bus steps
