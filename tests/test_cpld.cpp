@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "bmc_bsp.h"
-#include "cpld_trace.h"
+#include "cpld_test_util.h"
 #include "test_helpers.h"
 
 namespace {
@@ -105,8 +105,7 @@ TEST_P(HubPath, EveryHubTakesTheBoardsPathAtEveryCall)
     EXPECT_EQ(g_sink[0], 1) << "a bit read hands back 0 or 1";
 }
 
-INSTANTIATE_TEST_SUITE_P(Boards, HubPath, ::testing::ValuesIn(kPathCases),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Boards, HubPath, kPathCases);
 
 // When the CPLD object or its bus cannot be found, the local bus is used, with a log line
 // whose level tells the two apart.
@@ -132,11 +131,11 @@ TEST_P(SpiLookupFailure, FallsBackToLocalBusAndLogs)
     EXPECT_EQ(BSP_UseSpi2Cpld(), 1u) << "with the fault gone the SPI bus is found again";
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Lookups, SpiLookupFailure,
-    ::testing::Values(LookupFailure{"NoCpldObject", Op::DflGetHandle, "0:Get cpld1 obj handle fail, hdl=0, ret=-5"},
-                      LookupFailure{"NoBusReference", Op::DflGetRef, "2:Get cpld1 refobj(LBus) handle fail, ret=-5"}),
-    [](const auto &info) { return std::string(info.param.name); });
+const LookupFailure kLookupFailures[] = {
+    {"NoCpldObject", Op::DflGetHandle, "0:Get cpld1 obj handle fail, hdl=0, ret=-5"},
+    {"NoBusReference", Op::DflGetRef, "2:Get cpld1 refobj(LBus) handle fail, ret=-5"},
+};
+BSP_CASES(Lookups, SpiLookupFailure, kLookupFailures);
 
 // ------------------------------------------------------------------- argument checks
 
@@ -179,8 +178,7 @@ TEST_P(HubArguments, RefusedBeforeAnyTraffic)
     EXPECT_EQ(count(Op::DflGetHandle), 0u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Hubs, HubArguments, ::testing::ValuesIn(kArgCases),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Hubs, HubArguments, kArgCases);
 
 using HubLimits = CpldTest;
 
@@ -270,8 +268,7 @@ TEST_P(PathRecords, DriverSeesTheRecordAndFailuresAreLogged)
     EXPECT_EQ(debug_texts(), c.logs);
 }
 
-INSTANTIATE_TEST_SUITE_P(Paths, PathRecords, ::testing::ValuesIn(kRecordCases),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Paths, PathRecords, kRecordCases);
 
 using PathValues = CpldTest;
 
@@ -352,8 +349,7 @@ TEST_P(SpiRetry, FiveAttemptsTenMillisecondsAfterEachFailure)
     EXPECT_EQ(count(Op::Delay) * 10, c.delayed_ms);
 }
 
-INSTANTIATE_TEST_SUITE_P(Hubs, SpiRetry, ::testing::ValuesIn(kRetryCases),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Hubs, SpiRetry, kRetryCases);
 
 class SpiPath : public CpldTest {
 protected:
@@ -466,8 +462,7 @@ TEST_P(DebouncedRead, ThreeSamplesMustAgree)
     for (const auto &d : events(Op::Delay)) EXPECT_EQ(d.a, 3u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Samples, DebouncedRead, ::testing::ValuesIn(kTdmCases),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Samples, DebouncedRead, kTdmCases);
 
 using DebouncedLength = CpldTest;
 
@@ -490,12 +485,13 @@ struct TwoWriteCase {
     const char *name;
     uint32_t skip;  // writes that pass before the failing one; 2: none fails
     uint32_t status;
+    std::string rc0, rc1;  // " rc=-1" on the write that fails
 };
 
 const TwoWriteCase kTwoWriteCases[] = {
-    {"BothPass", 2, 0},
-    {"FirstFailsIsIgnored", 0, 0},
-    {"SecondFailsIsReported", 1, kErr},
+    {"BothPass", 2, 0, "", ""},
+    {"FirstFailsIsIgnored", 0, 0, " rc=-1", ""},
+    {"SecondFailsIsReported", 1, kErr, "", " rc=-1"},
 };
 
 class Interrupts : public CpldTestWithParam<TwoWriteCase> {};
@@ -505,9 +501,8 @@ TEST_P(Interrupts, ClearWritesOneWaitsAndWritesZero)
     const TwoWriteCase &c = GetParam();
     if (c.skip < 2) sim().fail(Op::LocalBusWrite, 1, -1, kAny, c.skip);
     EXPECT_EQ(BSP_CpldIntClear(0x40, 2), c.status);
-    std::string rc0 = c.skip == 0 ? " rc=-1" : "", rc1 = c.skip == 1 ? " rc=-1" : "";
-    EXPECT_EQ(trace(sim()), (Strings{"lb_write 0x040 mask=0x04 =0x01" + rc0, "delay 5",
-                                     "lb_write 0x040 mask=0x04 =0x00" + rc1}));
+    EXPECT_EQ(trace(sim()), (Strings{"lb_write 0x040 mask=0x04 =0x01" + c.rc0, "delay 5",
+                                     "lb_write 0x040 mask=0x04 =0x00" + c.rc1}));
 }
 
 TEST_P(Interrupts, MaskWritesBothRegisters)
@@ -515,13 +510,11 @@ TEST_P(Interrupts, MaskWritesBothRegisters)
     const TwoWriteCase &c = GetParam();
     if (c.skip < 2) sim().fail(Op::LocalBusWrite, 1, -1, kAny, c.skip);
     EXPECT_EQ(BSP_CpldIntMask(), c.status);
-    std::string rc0 = c.skip == 0 ? " rc=-1" : "", rc1 = c.skip == 1 ? " rc=-1" : "";
-    EXPECT_EQ(trace(sim()), (Strings{"lb_write 0x0c0 mask=0x00 =0xff" + rc0, "lb_write 0x0c1 mask=0x00 =0xff" + rc1}));
+    EXPECT_EQ(trace(sim()), (Strings{"lb_write 0x0c0 mask=0x00 =0xff" + c.rc0, "lb_write 0x0c1 mask=0x00 =0xff" + c.rc1}));
     EXPECT_EQ(sim().reg(0xC1), c.skip == 1 ? 0x00 : 0xFF);
 }
 
-INSTANTIATE_TEST_SUITE_P(Writes, Interrupts, ::testing::ValuesIn(kTwoWriteCases),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Writes, Interrupts, kTwoWriteCases);
 
 using InterruptRead = CpldTest;
 
@@ -540,7 +533,9 @@ TEST_F(InterruptRead, AnswersTheBitOrZeroWhenUnreadable)
 
 using SerialValidity = CpldTest;
 
-TEST_F(SerialValidity, ChannelsAreBitsOfRegister1AC)
+// Channels 0-3 are the low bits of 0x1AC; 4 and up are refused without traffic; a failed read
+// is logged with its status and answers 0.
+TEST_F(SerialValidity, ChannelsAreLowBitsOf1ACOthersRefusedFailuresAnswerZero)
 {
     sim().set_reg(0x1AC, 0xF5);  // channels 0 and 2 valid; the high nibble is not theirs
     const uint8_t expected[4] = {1, 0, 1, 0};
@@ -552,23 +547,15 @@ TEST_F(SerialValidity, ChannelsAreBitsOfRegister1AC)
         EXPECT_EQ(trace(sim()), Strings{want});
     }
     EXPECT_TRUE(debug_logs().empty());
-}
-
-TEST_F(SerialValidity, ChannelFourAndAboveAreRefusedWithoutTraffic)
-{
-    sim().set_reg(0x1AC, 0xFF);
+    sim().clear_events();
     EXPECT_EQ(BSP_CpldSerialDataValidityCheck(4), 0);
     EXPECT_EQ(BSP_CpldSerialDataValidityCheck(255), 0);
-    EXPECT_EQ(debug_texts(), (Strings{"0:Input para put of range(4)", "0:Input para put of range(255)"}));
     EXPECT_EQ(cpldtest::bus_traffic(sim()), 0u);
-}
-
-TEST_F(SerialValidity, FailedReadIsLoggedWithItsStatusAndAnswersZero)
-{
     sim().set_reg(0x1AC, 0xFF);
     sim().fail(Op::LocalBusRead);
     EXPECT_EQ(BSP_CpldSerialDataValidityCheck(3), 0);
-    EXPECT_EQ(debug_texts(), (Strings{"0:read cpld error.", "0:Read cpld addr(0x1ac) bit(3) failed(-1)"}));
+    EXPECT_EQ(debug_texts(), (Strings{"0:Input para put of range(4)", "0:Input para put of range(255)",
+                                      "0:read cpld error.", "0:Read cpld addr(0x1ac) bit(3) failed(-1)"}));
 }
 
 // ---------------------------------------------------------------------- equip mode
@@ -612,7 +599,6 @@ TEST_P(EquipMode, FactoryModeIsBitZeroOf56ExceptOnSmm)
     EXPECT_EQ(sim().reg(0x56), smm ? 0x81 : 0x80);
 }
 
-INSTANTIATE_TEST_SUITE_P(Boards, EquipMode, ::testing::ValuesIn(kEquipCases),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Boards, EquipMode, kEquipCases);
 
 }  // namespace

@@ -9,8 +9,7 @@
 #include <vector>
 
 #include "bmc_bsp.h"
-#include "cpld_trace.h"
-#include "inventory_test_util.h"
+#include "cpld_test_util.h"
 #include "test_helpers.h"
 
 namespace {
@@ -23,10 +22,9 @@ using Strings = std::vector<std::string>;
 
 constexpr uint32_t kSelfTestSem = 12;
 
-using invtest::case_name;
-using invtest::kProfileBoard;
-using invtest::PrintTo;
-using invtest::settle;
+using cpldtest::kProfileBoard;
+using cpldtest::PrintTo;
+using cpldtest::settle;
 
 // The bus part of one healthy self test of the register at `reg` (local bus).
 Strings pattern(const char *reg)
@@ -78,7 +76,7 @@ TEST_P(CpldCount, ComesFromTheLogicVersionTable)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Inventory, CpldCount, ::testing::ValuesIn(kCounts), case_name<CountCase>);
+BSP_CASES(Inventory, CpldCount, kCounts);
 
 using CpldCountFailure = bsptest::SimTest;
 
@@ -129,7 +127,7 @@ TEST_P(SelfTestAddr, RowOfTheBoardAndRangeCheck)
                                       "0:Get cpldreg self test addr cpldId 0 is out of range."}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Inventory, SelfTestAddr, ::testing::ValuesIn(kAddrs), case_name<AddrCase>);
+BSP_CASES(Inventory, SelfTestAddr, kAddrs);
 
 // --------------------------------------------------------------- whole-board self test
 
@@ -207,7 +205,7 @@ TEST_P(SelfTestPaths, VerdictLogAndSemaphore)
     EXPECT_EQ(sim().sem_value(kSelfTestSem), give_refused ? 0 : 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(Inventory, SelfTestPaths, ::testing::ValuesIn(kSelfTests), case_name<SelfTestCase>);
+BSP_CASES(Inventory, SelfTestPaths, kSelfTests);
 
 // ------------------------------------------------------------------- one CPLD's test
 
@@ -301,7 +299,7 @@ TEST_P(CpldHealth, MaskOfTheBoard)
     EXPECT_EQ(debug_texts(), c.log.empty() ? Strings{} : Strings{c.log});
 }
 
-INSTANTIATE_TEST_SUITE_P(Inventory, CpldHealth, ::testing::ValuesIn(kHealth), case_name<HealthCase>);
+BSP_CASES(Inventory, CpldHealth, kHealth);
 
 using CpldHealthChanges = bsptest::SimTest;
 
@@ -384,7 +382,7 @@ TEST_P(VendorNames, FromTheVendorRegisters)
     EXPECT_EQ(debug_texts(), c.log.empty() ? Strings{} : Strings{c.log});
 }
 
-INSTANTIATE_TEST_SUITE_P(Inventory, VendorNames, ::testing::ValuesIn(kVendors), case_name<VendorCase>);
+BSP_CASES(Inventory, VendorNames, kVendors);
 
 using VendorNamesNoBuffer = bsptest::SimTest;
 
@@ -454,7 +452,7 @@ TEST_P(ChipIdRetry, TenTriesASecondApart)
                                  : Strings{"0:Get cpld chip id failed, ret(-5)"});
 }
 
-INSTANTIATE_TEST_SUITE_P(Inventory, ChipIdRetry, ::testing::ValuesIn(kChipIdRetries), case_name<RetryCase>);
+BSP_CASES(Inventory, ChipIdRetry, kChipIdRetries);
 
 TEST_F(CpldChipId, CountMismatchAndSmallBuffer)
 {
@@ -514,6 +512,6 @@ const RetryCase kUpgNumRetries[] = {
     {"AllTenFail", 10, kErr, 10000},
 };
 
-INSTANTIATE_TEST_SUITE_P(Inventory, SetCpldUpgNum, ::testing::ValuesIn(kUpgNumRetries), case_name<RetryCase>);
+BSP_CASES(Inventory, SetCpldUpgNum, kUpgNumRetries);
 
 }  // namespace

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "bmc_bsp.h"
-#include "cpld_trace.h"
+#include "cpld_test_util.h"
 #include "platform/sem.h"
 #include "test_helpers.h"
 
@@ -431,8 +431,7 @@ TEST_P(RamBitArgs, RefusedWithoutTakingTheSemaphore)
     EXPECT_TRUE(trace(sim()).empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Bits, RamBitArgs, ::testing::ValuesIn(kBitArgs),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Bits, RamBitArgs, kBitArgs);
 
 TEST_F(RamTest, EveryBitOfAByteRoundTrips)
 {
@@ -514,8 +513,7 @@ TEST_P(RamClear, BoundsAndReport)
     EXPECT_EQ(gives(), c.bytes);
 }
 
-INSTANTIATE_TEST_SUITE_P(Clear, RamClear, ::testing::ValuesIn(kClearCases),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Clear, RamClear, kClearCases);
 
 // The clear sees nothing of its single bytes' failures: they are logged and it goes on.
 TEST_F(RamTest, ClearIgnoresFailedBytes)

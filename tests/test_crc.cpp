@@ -21,13 +21,7 @@ namespace {
 using bsptest::kErr;
 using bsptest::kLogError;
 
-// Cases show as their name in test listings, not as raw bytes.
-template <typename T>
-    requires requires(const T &t) { t.name; }
-void PrintTo(const T &c, std::ostream *os)
-{
-    *os << c.name;
-}
+auto by_name = [](const auto &info) { return std::string(info.param.name); };
 
 const auto *const kCheck = reinterpret_cast<const uint8_t *>("123456789");
 
@@ -97,8 +91,7 @@ TEST_P(CrcKnownValue, Matches)
     EXPECT_EQ(bsptest::hex(GetParam().compute()), bsptest::hex(GetParam().expected));
 }
 
-INSTANTIATE_TEST_SUITE_P(Crc, CrcKnownValue, ::testing::ValuesIn(kKnown),
-                         [](const auto &info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Crc, CrcKnownValue, ::testing::ValuesIn(kKnown), by_name);
 
 // Random data and random starting registers against the bitwise CRC; the data is split so that
 // chaining (the previous result as init) is exercised too.
@@ -138,11 +131,12 @@ bool all_zero(const T (&table)[N])
     return true;
 }
 
+// Filled with the bitwise CRC of each index, or still all zero.
 template <typename T, size_t N>
-void expect_table(const T (&table)[N], unsigned width, uint32_t poly, const char *name)
+void expect_table(const T (&table)[N], bool filled, unsigned width, uint32_t poly, const char *name)
 {
     for (uint32_t i = 0; i < N; ++i) {
-        ASSERT_EQ(table[i], bitwise_entry(width, poly, i)) << name << "[" << i << "]";
+        ASSERT_EQ(table[i], filled ? bitwise_entry(width, poly, i) : 0) << name << "[" << i << "]";
     }
 }
 
@@ -168,6 +162,10 @@ const FirstUse kFirstUses[] = {
          BSP_PrivCheck(0, 0x81, 8);
          BSP_CntBitNum(7);
      }, false, false, false, false},
+    {"table_builders", [] {
+         make_crc8_table();
+         make_crc16_table();
+     }, true, true, false, false},
 };
 
 class CrcTables : public bsptest::SimTestWithParam<FirstUse> {};
@@ -177,27 +175,13 @@ TEST_P(CrcTables, FilledOnlyByTheirOwnFirstUse)
     ASSERT_TRUE(all_zero(g_CRC8Table) && all_zero(g_crcTab16) && all_zero(g_crc32Lut) && all_zero(g_CRC32HTable));
     const FirstUse &u = GetParam();
     u.use();
-    if (u.crc8) expect_table(g_CRC8Table, 8, 0x07, "g_CRC8Table");
-    else EXPECT_TRUE(all_zero(g_CRC8Table));
-    if (u.crc16) expect_table(g_crcTab16, 16, 0x1021, "g_crcTab16");
-    else EXPECT_TRUE(all_zero(g_crcTab16));
-    if (u.lut) expect_table(g_crc32Lut, 32, 0x04C11DB7, "g_crc32Lut");
-    else EXPECT_TRUE(all_zero(g_crc32Lut));
-    if (u.file) expect_table(g_CRC32HTable, 32, 0x04C11DB7, "g_CRC32HTable");
-    else EXPECT_TRUE(all_zero(g_CRC32HTable));
+    expect_table(g_CRC8Table, u.crc8, 8, 0x07, "g_CRC8Table");
+    expect_table(g_crcTab16, u.crc16, 16, 0x1021, "g_crcTab16");
+    expect_table(g_crc32Lut, u.lut, 32, 0x04C11DB7, "g_crc32Lut");
+    expect_table(g_CRC32HTable, u.file, 32, 0x04C11DB7, "g_CRC32HTable");
 }
 
-INSTANTIATE_TEST_SUITE_P(Crc, CrcTables, ::testing::ValuesIn(kFirstUses),
-                         [](const auto &info) { return std::string(info.param.name); });
-
-TEST(CrcTableBuilders, FillTheirGlobals)
-{
-    make_crc8_table();
-    make_crc16_table();
-    expect_table(g_CRC8Table, 8, 0x07, "g_CRC8Table");
-    expect_table(g_crcTab16, 16, 0x1021, "g_crcTab16");
-    EXPECT_TRUE(all_zero(g_crc32Lut));
-}
+INSTANTIATE_TEST_SUITE_P(Crc, CrcTables, ::testing::ValuesIn(kFirstUses), by_name);
 
 // make_crc32_table writes exactly min(count, 256) entries of the caller's table.
 TEST(CrcTableBuilders, Crc32TableWritesOnlyCountEntries)
@@ -234,10 +218,8 @@ TEST(CheckSum8, SumsToZeroWithTheData)
 
 TEST(CntBitNum, CountsAllThirtyTwoBits)
 {
-    const std::pair<uint32_t, uint8_t> cases[] = {
-        {0, 0}, {1, 1}, {0x80000000, 1}, {0x80000001, 2}, {0x12345678, 13}, {0xFFFFFFFF, 32}};
-    for (auto [value, ones] : cases) EXPECT_EQ(BSP_CntBitNum(value), ones) << bsptest::hex(value);
     std::mt19937 rng(3);
+    for (uint32_t v : {0u, 0x80000001u, 0xFFFFFFFFu}) EXPECT_EQ(BSP_CntBitNum(v), std::popcount(v)) << v;
     for (int i = 0; i < 1000; ++i) {
         uint32_t v = rng();
         ASSERT_EQ(BSP_CntBitNum(v), std::popcount(v)) << bsptest::hex(v);
@@ -254,26 +236,14 @@ struct Parity {
 TEST(PrivCheck, ModesAndBitCounts)
 {
     const Parity cases[] = {
-        {0, 0x81, 8, 0},   // two ones: even
-        {0, 0x80, 8, -1},  // one: odd
-        {1, 0x80, 8, 0},
-        {1, 0x81, 8, -1},
+        {0, 0x81, 8, 0}, {0, 0x80, 8, -1}, {1, 0x80, 8, 0}, {1, 0x81, 8, -1},
         // No bits at all: even mode accepts, odd mode rejects, whatever the value.
-        {0, 0xFFFFFFFF, 0, 0},
-        {0, 0x1, 0, 0},
-        {1, 0x0, 0, -1},
-        {1, 0x1, 0, -1},
+        {0, 0xFFFFFFFF, 0, 0}, {0, 0x1, 0, 0}, {1, 0x0, 0, -1}, {1, 0x1, 0, -1},
         // Only the low bitCount bits count.
-        {0, 0x180, 8, -1},
-        {0, 0x180, 9, 0},
-        {1, 0x7, 2, -1},
-        {1, 0x7, 3, 0},
-        {0, 0xFFFFFFFF, 31, -1},
+        {0, 0x180, 8, -1}, {0, 0x180, 9, 0}, {1, 0x7, 2, -1}, {1, 0x7, 3, 0}, {0, 0xFFFFFFFF, 31, -1},
         {0, 0xFFFFFFFF, 32, 0},
         // Any other mode accepts.
-        {2, 0x80, 8, 0},
-        {2, 0x81, 0, 0},
-        {0xFF, 0x1, 1, 0},
+        {2, 0x80, 8, 0}, {2, 0x81, 0, 0}, {0xFF, 0x1, 1, 0},
     };
     for (const auto &c : cases) {
         EXPECT_EQ(BSP_PrivCheck(c.mode, c.value, c.bits), c.expected)
@@ -329,29 +299,18 @@ protected:
     std::vector<int> fds_;
 };
 
-TEST_F(FileCrc, CheckStringGivesTheCksumValue)
+// The cksum value of the check string; an empty range is an error, not the CRC of nothing; the
+// file position is left after the data.
+TEST_F(FileCrc, CheckStringEmptyRangeAndPosition)
 {
     int fd = open_file("check", "123456789");
     EXPECT_EQ(BSP_CalcFileCrc32(fd, 0, 9), 930766865u);
     EXPECT_EQ(first_number_of("cksum < '" + path_ + "'"), 930766865u);
-    EXPECT_TRUE(debug_logs().empty());
-}
-
-// An empty range is an error, not the CRC of nothing.
-TEST_F(FileCrc, ZeroLengthFailsSilently)
-{
-    int fd = open_file("check", "123456789");
     EXPECT_EQ(BSP_CalcFileCrc32(fd, 0, 0), kErr);
     EXPECT_EQ(BSP_CalcFileCrc32(fd, 5, 0), kErr);
     EXPECT_TRUE(debug_logs().empty());
-}
-
-// The data is read from the offset on and the file position is left after it.
-TEST_F(FileCrc, LeavesThePositionAfterTheData)
-{
-    int fd = open_file("data", std::string(300, 'x'));
-    ASSERT_NE(BSP_CalcFileCrc32(fd, 10, 100), kErr);
-    EXPECT_EQ(lseek(fd, 0, SEEK_CUR), 110);
+    ASSERT_NE(BSP_CalcFileCrc32(fd, 2, 5), kErr);
+    EXPECT_EQ(lseek(fd, 0, SEEK_CUR), 7);
 }
 
 class FileCrcVsCksum : public bsptest::SimTestWithParam<size_t> {};
@@ -389,41 +348,13 @@ INSTANTIATE_TEST_SUITE_P(Crc, FileCrcVsCksum,
                          ::testing::Values(1, 9, 4095, 65535, 65536, 65537, 3 * 65536 + 5, 1 << 20, (1 << 20) + 3),
                          [](const auto &info) { return "bytes_" + std::to_string(info.param); });
 
-// A descriptor that cannot seek: the offset is logged as a signed number.
-TEST_F(FileCrc, SeekFailureIsLoggedWithTheOffset)
+// A descriptor that cannot seek (the offset logged signed), or fewer bytes than asked (the line
+// names what this chunk got and wanted): one error line, and the failure value.
+TEST_F(FileCrc, SeekAndShortReadFailuresAreLogged)
 {
     int pipe_fds[2];
     ASSERT_EQ(pipe(pipe_fds), 0);
-    fds_.push_back(pipe_fds[0]);
-    fds_.push_back(pipe_fds[1]);
-    const struct {
-        int fd;
-        uint32_t offset;
-        const char *text;
-    } cases[] = {
-        {-1, 17, "Error: seek file offset 17 failed."},
-        {1000, 0, "Error: seek file offset 0 failed."},  // not open
-        {pipe_fds[0], 4, "Error: seek file offset 4 failed."},
-        {-1, 0xFFFFFFF0, "Error: seek file offset -16 failed."},
-    };
-    for (const auto &c : cases) {
-        sim().clear_logs();
-        EXPECT_EQ(BSP_CalcFileCrc32(c.fd, c.offset, 9), kErr) << c.text;
-        auto logs = debug_logs();
-        ASSERT_EQ(logs.size(), 1u) << c.text;
-        EXPECT_EQ(logs[0].text, c.text);
-        EXPECT_EQ(logs[0].level, kLogError);
-        EXPECT_EQ(logs[0].file, "bmc_bsp_crc.cpp");
-    }
-    // The seek comes first: a bad descriptor is reported even for an empty range.
-    sim().clear_logs();
-    EXPECT_EQ(BSP_CalcFileCrc32(-1, 3, 0), kErr);
-    EXPECT_EQ(debug_texts(), std::vector<std::string>{"0:Error: seek file offset 3 failed."});
-}
-
-// Fewer bytes than asked end the computation; the line names what this chunk got and wanted.
-TEST_F(FileCrc, ShortReadIsLoggedPerChunk)
-{
+    fds_.insert(fds_.end(), {pipe_fds[0], pipe_fds[1]});
     int five = open_file("five", "12345");
     int big = open_file("big", std::string(65536 + 100, 'z'));
     int dir = ::open(sim().dir().c_str(), O_RDONLY | O_DIRECTORY);
@@ -432,8 +363,13 @@ TEST_F(FileCrc, ShortReadIsLoggedPerChunk)
     const struct {
         int fd;
         uint32_t offset, len;
-        const char *text;
+        std::string text;
     } cases[] = {
+        {-1, 17, 9, "Error: seek file offset 17 failed."},
+        {1000, 0, 9, "Error: seek file offset 0 failed."},  // not open
+        {pipe_fds[0], 4, 9, "Error: seek file offset 4 failed."},
+        {-1, 0xFFFFFFF0, 9, "Error: seek file offset -16 failed."},
+        {-1, 3, 0, "Error: seek file offset 3 failed."},  // the seek comes before the length check
         {five, 0, 9, "Read image error, iRdLen: 5, expect len: 9"},
         {five, 3, 3, "Read image error, iRdLen: 2, expect len: 3"},
         {five, 100, 4, "Read image error, iRdLen: 0, expect len: 4"},

@@ -1,10 +1,7 @@
-// Shared by the family suites: a fixture that gives every test its own simulated board, and
-// short ways to ask what the library logged and which platform calls it made.
-//
-// The library's caches (board id, predicate answers, CRC tables, ...) live for the whole
-// process, so every test expects to be the first caller in its process. ctest runs each test
-// in a process of its own; running several fixture tests in one process is refused loudly
-// rather than left to fail in confusing ways.
+// Shared by the family suites: every test gets its own simulated board, and short ways to ask
+// what the library logged and which platform calls it made. The library caches per process
+// (board id, predicate answers, CRC tables), so a second fixture test in one process is
+// refused loudly rather than left to fail in confusing ways.
 #ifndef BSP_TESTS_TEST_HELPERS_H
 #define BSP_TESTS_TEST_HELPERS_H
 
@@ -85,17 +82,13 @@ protected:
         return out;
     }
 
-    // Debug-log lines with exactly this level and text.
-    std::vector<bspsim::LogLine> find_logs(int32_t level, const std::string &text) const
+    // How many debug-log lines have exactly this level and text.
+    size_t count_logs(int32_t level, const std::string &text) const
     {
-        std::vector<bspsim::LogLine> out;
-        for (auto &l : debug_logs()) {
-            if (l.level == level && l.text == text) out.push_back(l);
-        }
-        return out;
+        size_t n = 0;
+        for (auto &l : debug_logs()) n += l.level == level && l.text == text;
+        return n;
     }
-
-    size_t count_logs(int32_t level, const std::string &text) const { return find_logs(level, text).size(); }
 
     std::vector<bspsim::Event> events(bspsim::Op op) const { return board_->events(op); }
     size_t count(bspsim::Op op) const { return board_->events(op).size(); }

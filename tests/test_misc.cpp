@@ -40,39 +40,33 @@ protected:
     }
 };
 
-TEST_F(SyncLog2Flash, AllPresentAreOpenedInOrderAndLeftUnchanged)
-{
-    create_files(0xF);
-    BSP_SyncLog2Flash();
-    EXPECT_EQ(opened(), std::vector<std::string>(kLogFiles.begin(), kLogFiles.end()));
-    for (auto &e : events(Op::FileOpen)) EXPECT_EQ(e.result, 0) << e.name;
-    EXPECT_TRUE(debug_logs().empty());
-    for (size_t i = 0; i < kLogFiles.size(); ++i) EXPECT_EQ(bsptest::read_file(sim().path_of(kLogFiles[i])), contents(i));
-}
+class SyncLog2FlashPresence : public SyncLog2Flash, public ::testing::WithParamInterface<unsigned> {};
 
-TEST_F(SyncLog2Flash, MissingFilesAreLoggedAndSkipped)
+// Present files are opened in order and left unchanged; each missing one is logged, skipped
+// and not created.
+TEST_P(SyncLog2FlashPresence, EachFileOnItsOwn)
 {
+    create_files(GetParam());
     BSP_SyncLog2Flash();
-    EXPECT_TRUE(opened().empty());
-    std::vector<std::string> want;
-    for (auto &path : kLogFiles) want.push_back("0:" + path + " is not exist.");
-    EXPECT_EQ(debug_texts(), want);
-    for (auto &l : debug_logs()) EXPECT_EQ(l.file, "bmc_bsp_misc.cpp");
-    for (auto &path : kLogFiles) {
-        struct stat st;
-        EXPECT_NE(stat(sim().path_of(path).c_str(), &st), 0) << "the flush must not create " << path;
+    std::vector<std::string> present, missing;
+    for (size_t i = 0; i < kLogFiles.size(); ++i) {
+        if (GetParam() & (1u << i)) {
+            present.push_back(kLogFiles[i]);
+            EXPECT_EQ(bsptest::read_file(sim().path_of(kLogFiles[i])), contents(i));
+        } else {
+            missing.push_back("0:" + kLogFiles[i] + " is not exist.");
+            struct stat st;
+            EXPECT_NE(stat(sim().path_of(kLogFiles[i]).c_str(), &st), 0) << "the flush must not create it";
+        }
     }
+    EXPECT_EQ(opened(), present);
+    for (auto &e : events(Op::FileOpen)) EXPECT_EQ(e.result, 0) << e.name;
+    EXPECT_EQ(debug_texts(), missing);
+    for (auto &l : debug_logs()) EXPECT_EQ(l.file, "bmc_bsp_misc.cpp");
 }
 
-// Some present, some not: each file on its own.
-TEST_F(SyncLog2Flash, MixedPresence)
-{
-    create_files(0b0101);
-    BSP_SyncLog2Flash();
-    EXPECT_EQ(opened(), (std::vector<std::string>{kLogFiles[0], kLogFiles[2]}));
-    EXPECT_EQ(debug_texts(), (std::vector<std::string>{"0:" + kLogFiles[1] + " is not exist.",
-                                                       "0:" + kLogFiles[3] + " is not exist."}));
-}
+INSTANTIATE_TEST_SUITE_P(Misc, SyncLog2FlashPresence, ::testing::Values(0xFu, 0u, 0b0101u),
+                         [](const auto &info) { return "present_" + std::to_string(info.param); });
 
 // The second file cannot be opened: logged, and the others are still flushed.
 TEST_F(SyncLog2Flash, UnopenableFileIsLoggedAndSkipped)

@@ -10,7 +10,7 @@
 
 #include "bmc_bsp.h"
 #include "bspsim/sim.hpp"
-#include "cpld_trace.h"
+#include "cpld_test_util.h"
 #include "test_helpers.h"
 
 namespace {
@@ -177,23 +177,6 @@ protected:
     std::string profile() const override { return "4u4c"; }
 };
 
-TEST_F(PresenceOn4U, SmmOnlineBits)
-{
-    uint32_t type = 0;
-    if (BSP_GetBmcBoardType(&type) != 0) GTEST_SKIP() << "the board type needs the slot of this board";
-    sim().set_reg(0x29, 0x02);
-    for (uint8_t bit = 0; bit < 8; ++bit) {
-        uint8_t online = 0xAA;
-        EXPECT_EQ(BSP_GetSmmOnlineStates(bit, &online), 0u);
-        EXPECT_EQ(online, bit == 1 ? 1 : 0) << int(bit);
-    }
-    uint8_t online = 0xAA;
-    sim().fail(Op::SpiRead, 5, -1, 0x29);
-    EXPECT_EQ(BSP_GetSmmOnlineStates(1, &online), kErr);
-    EXPECT_EQ(BSP_GetSmmOnlineStates(8, &online), kErr);
-    EXPECT_EQ(count_logs(kLogError, "Input bit_num error."), 1u);
-}
-
 // ------------------------------------------------------------------ first power-on
 
 struct PowerOnCase {
@@ -228,8 +211,7 @@ TEST_P(FirstPowerOn, SumOfBothCounters)
     EXPECT_TRUE(debug_texts().empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Presence, FirstPowerOn, ::testing::ValuesIn(kPowerOnCases),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Presence, FirstPowerOn, kPowerOnCases);
 
 TEST_F(Presence, FirstPowerOnDeviceFailures)
 {
@@ -299,8 +281,7 @@ TEST_P(OnlineStatus, Debounced)
     EXPECT_EQ(debug_texts(), c.logs);
 }
 
-INSTANTIATE_TEST_SUITE_P(Presence, OnlineStatus, ::testing::ValuesIn(kOnlineCases),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Presence, OnlineStatus, kOnlineCases);
 
 TEST_F(Presence, OnlineStatusFailures)
 {
@@ -407,8 +388,7 @@ TEST_P(AcDown, Sources)
     EXPECT_EQ(reads_of(sim(), 0xC6), 1u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Presence, AcDown, ::testing::ValuesIn(kAcCases),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Presence, AcDown, kAcCases);
 
 // An unreadable flag counts as clear.
 TEST_F(Presence, AcDownUnreadableFlagIsClear)

@@ -11,7 +11,7 @@
 
 #include "bmc_bsp.h"
 #include "bspsim/sim.hpp"
-#include "cpld_trace.h"
+#include "cpld_test_util.h"
 #include "test_helpers.h"
 
 namespace {
@@ -106,8 +106,7 @@ TEST_P(UpgradeMode, SwitchesBehindTheWriteProtect)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Upgrade, UpgradeMode, ::testing::ValuesIn(kModeCases),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Upgrade, UpgradeMode, kModeCases);
 
 // The four-controller board reaches its CPLD over SPI, bit writes going through the framework's
 // chip write: the protection holds there as well and the sequence is the same.
@@ -220,8 +219,7 @@ TEST_P(UpgradeModeFault, ProtectionIsRestored)
     EXPECT_EQ(sim().reg(0xE9) & 1, c.mode_after);
 }
 
-INSTANTIATE_TEST_SUITE_P(Upgrade, UpgradeModeFault, ::testing::ValuesIn(kStepFaults),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Upgrade, UpgradeModeFault, kStepFaults);
 
 TEST_F(Upgrade, UnknownCpldIsRefusedSilently)
 {
@@ -429,8 +427,7 @@ TEST_P(UpgradingState, FailureLeavesStateAlone)
     EXPECT_EQ(bspsim::live_values(), live);
 }
 
-INSTANTIATE_TEST_SUITE_P(Upgrade, UpgradingState, ::testing::ValuesIn(kUpgradingFaults),
-                         [](const auto &info) { return std::string(info.param.name); });
+BSP_CASES(Upgrade, UpgradingState, kUpgradingFaults);
 
 TEST_F(Upgrade, UpgradingStateWithNullAsksNothing)
 {

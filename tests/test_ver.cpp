@@ -9,8 +9,7 @@
 #include <vector>
 
 #include "bmc_bsp.h"
-#include "cpld_trace.h"
-#include "inventory_test_util.h"
+#include "cpld_test_util.h"
 #include "test_helpers.h"
 
 namespace {
@@ -24,10 +23,9 @@ constexpr uint32_t kBoardInfo = 0x80047306u;
 constexpr uint32_t kChipInfo = 0x8004731Au;
 constexpr uint32_t kSysInfoDevice = 0;  // Device::SysInfo, the key of device faults
 
-using invtest::case_name;
-using invtest::kProfileBoard;
-using invtest::PrintTo;
-using invtest::settle;
+using cpldtest::kProfileBoard;
+using cpldtest::PrintTo;
+using cpldtest::settle;
 
 // ------------------------------------------------------ logic version register table
 
@@ -86,7 +84,7 @@ TEST_P(CpldVerReg, TripleOfTheBoardsRow)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Versions, CpldVerReg, ::testing::ValuesIn(kVerRegs), case_name<VerRegCase>);
+BSP_CASES(Versions, CpldVerReg, kVerRegs);
 
 using CpldVerRegFailure = bsptest::SimTest;
 
@@ -153,7 +151,7 @@ TEST_P(CpldVersion, TextFromTheRowsRegisters)
     EXPECT_TRUE(debug_texts().empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Versions, CpldVersion, ::testing::ValuesIn(kVersions), case_name<VersionCase>);
+BSP_CASES(Versions, CpldVersion, kVersions);
 
 using CpldVersionFailure = bsptest::SimTest;
 
@@ -211,7 +209,7 @@ TEST_P(CpldVersionCopy, LoggedAndTheRestIsWritten)
     EXPECT_EQ(debug_texts(), Strings{c.log});
 }
 
-INSTANTIATE_TEST_SUITE_P(Versions, CpldVersionCopy, ::testing::ValuesIn(kCopyFailures), case_name<CopyFailure>);
+BSP_CASES(Versions, CpldVersionCopy, kCopyFailures);
 
 // ------------------------------------------------------------------ version string
 
@@ -335,7 +333,7 @@ TEST_P(PcbVersion, NumberAndLetter)
     EXPECT_TRUE(debug_texts().empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Versions, PcbVersion, ::testing::ValuesIn(kPcbs), case_name<PcbCase>);
+BSP_CASES(Versions, PcbVersion, kPcbs);
 
 class PcbPins : public bsptest::SimTest {
 protected:
@@ -402,7 +400,7 @@ TEST_P(PcbDevice, FailureIsLoggedAndTheLetterIsH)
         << "every opened device is closed";
 }
 
-INSTANTIATE_TEST_SUITE_P(Versions, PcbDevice, ::testing::ValuesIn(kPcbDeviceFailures), case_name<PcbDeviceFailure>);
+BSP_CASES(Versions, PcbDevice, kPcbDeviceFailures);
 
 using PcbArguments = bsptest::SimTest;
 
@@ -475,7 +473,7 @@ TEST_P(SdkUbootFailure, LoggedAndStillZero)
     EXPECT_EQ(count(Op::GetUbootVer) + count(Op::GetSdkVer), 2u) << "every step is tried";
 }
 
-INSTANTIATE_TEST_SUITE_P(Versions, SdkUbootFailure, ::testing::ValuesIn(kSdkFailures), case_name<SdkFailure>);
+BSP_CASES(Versions, SdkUbootFailure, kSdkFailures);
 
 // ---------------------------------------------------------------- SoC chip information
 

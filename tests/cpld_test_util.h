@@ -1,7 +1,11 @@
-// What the CPLD suites compare: the board's record of bus transfers, chip writes, semaphore
-// operations and delays, one short line per event, so that a whole sequence reads as a list.
-#ifndef BSP_TESTS_CPLD_TRACE_H
-#define BSP_TESTS_CPLD_TRACE_H
+// Shared by the CPLD, inventory, version, upgrade and presence suites: the board's record of bus
+// transfers, chip writes, semaphore operations and delays as one short line per event, named
+// case tables, and a board whose id the library already knows, so that a test records only the
+// calls it makes.
+#ifndef BSP_TESTS_CPLD_TEST_UTIL_H
+#define BSP_TESTS_CPLD_TEST_UTIL_H
+
+#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -70,8 +74,21 @@ inline size_t bus_traffic(const bspsim::Board &board)
     return n;
 }
 
-// The board id is read and cached at the first hub call, with a trace line of its own. Suites
-// that compare whole logs and traces have it read first and start from clean records.
+// Board id meaning "as the profile has it".
+inline constexpr int kProfileBoard = -1;
+
+// Sets the board id (unless kProfileBoard), has the library read and cache it (which logs a
+// trace line of its own), then clears the log and event records.
+inline void settle(bspsim::Board &board, int board_id = kProfileBoard)
+{
+    if (board_id != kProfileBoard) board.set_board_id(static_cast<uint8_t>(board_id));
+    uint8_t id = 0;
+    (void)BSP_GetBmcBoardId(&id);
+    board.clear_logs();
+    board.clear_events();
+}
+
+// The hub suites have the board id and the board predicates read and cached first.
 inline void read_board_id_first(bspsim::Board &board)
 {
     (void)BSP_IsSmmBoard();
@@ -101,5 +118,10 @@ protected:
 };
 
 }  // namespace cpldtest
+
+// One test per row of `table`, each named after the row's `name`.
+#define BSP_CASES(prefix, suite, table)                                    \
+    INSTANTIATE_TEST_SUITE_P(prefix, suite, ::testing::ValuesIn(table), \
+                             [](const auto &info) { return std::string(info.param.name); })
 
 #endif
