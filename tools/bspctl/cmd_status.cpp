@@ -191,17 +191,61 @@ void print_ctrl_boards_json(const std::vector<CtrlBoard> &boards)
     std::printf("\n  ]");
 }
 
+// ------------------------------------------------------------------ the board's CPLDs
+
+struct Cplds {
+    std::optional<uint8_t> count;  // nullopt: this board has no known CPLD count
+    std::string versions;          // "v0,v1,..." as the library formats them
+    bool healthy = false;
+};
+
+Cplds collect_cplds()
+{
+    Cplds c;
+    uint8_t count = 0;
+    if (BSP_GetCpldNum(&count) == 0) c.count = count;
+    char text[128] = "";
+    if (c.count && BSP_GetCpldVerStr(text, sizeof text) == 0) c.versions = text;
+    c.healthy = BSP_CpldBorCIsHealth() == 1;
+    return c;
+}
+
+void print_cplds_text(const Cplds &c)
+{
+    if (c.count) {
+        std::printf("\ncplds:         %u, versions %s, %s\n", *c.count, c.versions.empty() ? "unknown" : c.versions.c_str(),
+                    c.healthy ? "healthy" : "faulty");
+    } else {
+        std::printf("\ncplds:         count unknown, %s\n", c.healthy ? "healthy" : "faulty");
+    }
+}
+
+void print_cplds_json(const Cplds &c)
+{
+    std::printf(",\n  \"cpld_count\": ");
+    if (c.count) {
+        std::printf("%u", *c.count);
+    } else {
+        std::printf("null");
+    }
+    std::printf(",\n  \"cpld_versions\": \"%s\",\n  \"cpld_healthy\": %s", json_escape(c.versions).c_str(),
+                c.healthy ? "true" : "false");
+}
+
 int run(const Options &opts, const Args &args)
 {
     if (!args.empty()) return fail("status takes no arguments");
     Report r = collect();
+    Cplds cplds = collect_cplds();
     std::vector<CtrlBoard> ctrl_boards = collect_ctrl_boards();
     if (opts.json) {
         print_json(r);
+        print_cplds_json(cplds);
         print_ctrl_boards_json(ctrl_boards);
         std::printf("\n}\n");
     } else {
         print_text(r);
+        print_cplds_text(cplds);
         print_ctrl_boards_text(ctrl_boards);
     }
     return 0;
@@ -211,7 +255,8 @@ const Register reg({"status", "report what board this is",
                     "usage: bspctl [-p PROFILE] [--json] status\n"
                     "  Prints the board id, the board type (or why it is not known), the kind of\n"
                     "  enclosure and board the predicates report, the board-table rows of the id,\n"
-                    "  and which controller boards of the enclosure are present and have booted.\n",
+                    "  the CPLD count, versions and health, and which controller boards of the\n"
+                    "  enclosure are present and have booted.\n",
                     run});
 
 }  // namespace
