@@ -84,10 +84,7 @@ __attribute__((visibility("default"))) int32_t local_bus_read(LocalBusRequest *r
         return -1;
     }
     int32_t code = 0;
-    if (take_fault(Op::LocalBusRead, req->addr, &code)) {
-        record(Op::LocalBusRead, req->addr, req->mask, 0, code).flags |= kFlagInjected;
-        return code;
-    }
+    if (fire_fault(Op::LocalBusRead, req->addr, &code, req->addr, req->mask, 0)) return code;
     if (req->mode == 1) {
         // A masked read hands back the bit's value, 0 or 1.
         req->data[0] = (read_register(s, req->addr) & req->mask) ? 1 : 0;
@@ -110,10 +107,7 @@ __attribute__((visibility("default"))) int32_t local_bus_write(LocalBusRequest *
     }
     int32_t code = 0;
     uint8_t value = req->data[0];
-    if (take_fault(Op::LocalBusWrite, req->addr, &code)) {
-        record(Op::LocalBusWrite, req->addr, req->mask, value, code).flags |= kFlagInjected;
-        return code;
-    }
+    if (fire_fault(Op::LocalBusWrite, req->addr, &code, req->addr, req->mask, value)) return code;
     bool ok = req->mode == 1 ? cpld_write(s, req->addr, value ? 0xFF : 0x00, static_cast<uint8_t>(req->mask))
                              : cpld_write(s, req->addr, value, 0xFF);
     EventRec &e = record(Op::LocalBusWrite, req->addr, req->mask, value, 0);
@@ -136,10 +130,7 @@ __attribute__((visibility("default"))) int32_t spi_read(SpiRequest *req)
         return -1;
     }
     int32_t code = 0;
-    if (take_fault(Op::SpiRead, addr, &code)) {
-        record(Op::SpiRead, addr, 0, 0, code).flags |= kFlagInjected;
-        return code;
-    }
+    if (fire_fault(Op::SpiRead, addr, &code, addr, 0, 0)) return code;
     req->rx[0] = read_register(s, addr);
     record(Op::SpiRead, addr, 0, req->rx[0], 0);
     return 0;
@@ -161,10 +152,7 @@ __attribute__((visibility("default"))) int32_t spi_write(SpiRequest *req)
         return -1;
     }
     int32_t code = 0;
-    if (take_fault(Op::SpiWrite, addr, &code)) {
-        record(Op::SpiWrite, addr, 0, value, code).flags |= kFlagInjected;
-        return code;
-    }
+    if (fire_fault(Op::SpiWrite, addr, &code, addr, 0, value)) return code;
     bool ok = cpld_write(s, addr, value, 0xFF);
     EventRec &e = record(Op::SpiWrite, addr, 0, value, 0);
     if (!ok) e.flags |= kFlagBlocked;

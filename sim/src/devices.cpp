@@ -107,10 +107,7 @@ int sysinfo_ioctl(unsigned long request, void *arg)
     State &s = state();
     auto req = static_cast<uint32_t>(request);
     int32_t code = 0;
-    if (take_fault(Op::DevIoctl, req, &code)) {
-        record(Op::DevIoctl, static_cast<uint32_t>(Device::SysInfo), req, 0, code).flags |= kFlagInjected;
-        return code;
-    }
+    if (fire_fault(Op::DevIoctl, req, &code, static_cast<uint32_t>(Device::SysInfo), req, 0)) return code;
     uint32_t word = 0;
     bool known = take_script(Source::SysInfo, req, &word);
     if (!known) {
@@ -267,10 +264,7 @@ __attribute__((visibility("default"))) int tcgetattr(int fd, struct termios *t)
     if (device_of_fd(fd) == static_cast<int>(Device::TtyS0)) {
         Lock lock;
         int32_t code = 0;
-        if (take_fault(Op::Termios, 0, &code)) {
-            record(Op::Termios, static_cast<uint32_t>(Device::TtyS0), 0, 0, code).flags |= kFlagInjected;
-            return code;
-        }
+        if (fire_fault(Op::Termios, 0, &code, static_cast<uint32_t>(Device::TtyS0), 0, 0)) return code;
         if (t) std::memset(t, 0, sizeof *t);
         record(Op::Termios, static_cast<uint32_t>(Device::TtyS0), 0, 0, 0);
         return 0;
@@ -284,10 +278,7 @@ __attribute__((visibility("default"))) int tcsetattr(int fd, int action, const s
     if (device_of_fd(fd) == static_cast<int>(Device::TtyS0)) {
         Lock lock;
         int32_t code = 0;
-        if (take_fault(Op::Termios, 1, &code)) {
-            record(Op::Termios, static_cast<uint32_t>(Device::TtyS0), 1, 0, code).flags |= kFlagInjected;
-            return code;
-        }
+        if (fire_fault(Op::Termios, 1, &code, static_cast<uint32_t>(Device::TtyS0), 1, 0)) return code;
         record(Op::Termios, static_cast<uint32_t>(Device::TtyS0), 1, static_cast<uint32_t>(action), 0);
         return 0;
     }

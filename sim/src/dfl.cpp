@@ -320,10 +320,7 @@ __attribute__((visibility("default"))) int32_t dfl_get_object_handle(const char 
     Lock lock;
     State &s = state();
     int32_t code = 0;
-    if (take_fault(Op::DflGetHandle, kAnyKey, &code)) {
-        record(Op::DflGetHandle, 0, 0, 0, code, name).flags |= kFlagInjected;
-        return code;
-    }
+    if (fire_fault(Op::DflGetHandle, kAnyKey, &code, 0, 0, 0, name)) return code;
     int i = find_object(s, name);
     if (i < 0 || !handle) {
         record(Op::DflGetHandle, 0, 0, 0, kNoObject, name);
@@ -354,10 +351,7 @@ __attribute__((visibility("default"))) int32_t dfl_get_object_list(const char *c
     Lock lock;
     State &s = state();
     int32_t code = 0;
-    if (take_fault(Op::DflGetList, kAnyKey, &code)) {
-        record(Op::DflGetList, 0, 0, 0, code, class_name).flags |= kFlagInjected;
-        return code;
-    }
+    if (fire_fault(Op::DflGetList, kAnyKey, &code, 0, 0, 0, class_name)) return code;
     if (!class_name || !handles) {
         record(Op::DflGetList, 0, 0, 0, -1, class_name);
         return -1;
@@ -382,10 +376,7 @@ __attribute__((visibility("default"))) int32_t dfl_get_referenced_object(OBJ_HAN
     State &s = state();
     std::string name = label(s, handle, property);
     int32_t code = 0;
-    if (take_fault(Op::DflGetRef, key_of(handle), &code)) {
-        record(Op::DflGetRef, key_of(handle), 0, 0, code, name.c_str()).flags |= kFlagInjected;
-        return code;
-    }
+    if (fire_fault(Op::DflGetRef, key_of(handle), &code, key_of(handle), 0, 0, name.c_str())) return code;
     int obj = object_of(s, handle);
     PropRec *p = obj < 0 ? nullptr : find_prop(s, static_cast<uint32_t>(obj), property, kPropReference);
     int target = p ? find_object(s, p->text) : -1;
@@ -417,10 +408,7 @@ __attribute__((visibility("default"))) int32_t dfl_set_property_value(OBJ_HANDLE
     State &s = state();
     std::string name = label(s, handle, property);
     int32_t code = 0;
-    if (take_fault(Op::DflSetProp, key_of(handle), &code)) {
-        record(Op::DflSetProp, key_of(handle), option, 0, code, name.c_str()).flags |= kFlagInjected;
-        return code;
-    }
+    if (fire_fault(Op::DflSetProp, key_of(handle), &code, key_of(handle), option, 0, name.c_str())) return code;
     auto done = [&](int32_t result) {
         record(Op::DflSetProp, key_of(handle), option, 0, result, name.c_str());
         return result;
@@ -455,10 +443,7 @@ __attribute__((visibility("default"))) int32_t dfl_get_property_accessor(OBJ_HAN
     State &s = state();
     std::string name = label(s, handle, property);
     int32_t code = 0;
-    if (take_fault(Op::DflGetAccessor, key_of(handle), &code)) {
-        record(Op::DflGetAccessor, key_of(handle), 0, 0, code, name.c_str()).flags |= kFlagInjected;
-        return code;
-    }
+    if (fire_fault(Op::DflGetAccessor, key_of(handle), &code, key_of(handle), 0, 0, name.c_str())) return code;
     int obj = object_of(s, handle);
     PropRec *p = obj < 0 ? nullptr : find_prop(s, static_cast<uint32_t>(obj), property, kPropAccessor);
     if (!p || !accessor || size == 0 || std::strlen(p->text) >= size) {
@@ -502,10 +487,7 @@ __attribute__((visibility("default"))) int32_t dfl_chip_bytewrite(const char *ch
     State &s = state();
     int32_t code = 0;
     uint8_t byte = value ? *value : 0;
-    if (take_fault(Op::DflChipByteWrite, offset, &code)) {
-        record(Op::DflChipByteWrite, offset, mask, byte, code, chip).flags |= kFlagInjected;
-        return code;
-    }
+    if (fire_fault(Op::DflChipByteWrite, offset, &code, offset, mask, byte, chip)) return code;
     if (!chip || !value || find_object(s, chip) < 0 || std::strncmp(chip, "cpld", 4) != 0 || offset >= kCpldRegs) {
         record(Op::DflChipByteWrite, offset, mask, byte, kNoObject, chip).flags |= kFlagMalformed;
         return kNoObject;

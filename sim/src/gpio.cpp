@@ -12,10 +12,7 @@ __attribute__((visibility("default"))) int32_t gpio_init(uint32_t pin, uint32_t 
     Lock lock;
     State &s = state();
     int32_t code = 0;
-    if (take_fault(Op::GpioInit, pin, &code)) {
-        record(Op::GpioInit, pin, direction, 0, code).flags |= kFlagInjected;
-        return code;
-    }
+    if (fire_fault(Op::GpioInit, pin, &code, pin, direction, 0)) return code;
     if (pin >= kPins || direction > 1) {
         record(Op::GpioInit, pin, direction, 0, -1).flags |= kFlagMalformed;
         return -1;
@@ -31,10 +28,7 @@ __attribute__((visibility("default"))) int32_t gpio_read(uint32_t pin, uint8_t *
     Lock lock;
     State &s = state();
     int32_t code = 0;
-    if (take_fault(Op::GpioRead, pin, &code)) {
-        record(Op::GpioRead, pin, flags, 0, code).flags |= kFlagInjected;
-        return code;
-    }
+    if (fire_fault(Op::GpioRead, pin, &code, pin, flags, 0)) return code;
     if (pin >= kPins || value == nullptr || flags != 0) {
         record(Op::GpioRead, pin, flags, 0, -1).flags |= kFlagMalformed;
         return -1;
@@ -52,10 +46,7 @@ __attribute__((visibility("default"))) int32_t gpio_write(uint32_t pin, uint8_t 
     Lock lock;
     State &s = state();
     int32_t code = 0;
-    if (take_fault(Op::GpioWrite, pin, &code)) {
-        record(Op::GpioWrite, pin, 0, value, code).flags |= kFlagInjected;
-        return code;
-    }
+    if (fire_fault(Op::GpioWrite, pin, &code, pin, 0, value)) return code;
     if (pin >= kPins) {
         record(Op::GpioWrite, pin, 0, value, -1).flags |= kFlagMalformed;
         return -1;

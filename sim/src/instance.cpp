@@ -270,12 +270,17 @@ bool take_script(Source source, uint32_t key, uint32_t *value)
     return false;
 }
 
+bool fire_fault(Op op, uint32_t key, int32_t *code, uint32_t a, uint32_t b, uint32_t value, const char *name)
+{
+    if (!take_fault(op, key, code)) return false;
+    record(op, a, b, value, *code, name).flags |= kFlagInjected;
+    return true;
+}
+
 bool injected(Op op, uint32_t key, int32_t *code, uint32_t a, uint32_t b, const char *name)
 {
     Lock lock;
-    if (!take_fault(op, key, code)) return false;
-    record(op, a, b, 0, *code, name).flags |= kFlagInjected;
-    return true;
+    return fire_fault(op, key, code, a, b, 0, name);
 }
 
 namespace {

@@ -241,6 +241,10 @@ EventRec &record(Op op, uint32_t a = 0, uint32_t b = 0, uint32_t value = 0, int3
                  const char *name = nullptr);
 // Call with the lock held. True (and *code set) when an armed fault fires for this call.
 bool take_fault(Op op, uint32_t key, int32_t *code);
+// Call with the lock held. When an armed fault fires for this call, records the failed call
+// (flagged as injected) and returns true with *code set.
+bool fire_fault(Op op, uint32_t key, int32_t *code, uint32_t a = 0, uint32_t b = 0, uint32_t value = 0,
+                const char *name = nullptr);
 // Call with the lock held. True (and *value set) when a script has a value for this read.
 bool take_script(Source source, uint32_t key, uint32_t *value);
 // Appends one captured log line.
