@@ -218,6 +218,13 @@ std::string label(const State &s, OBJ_HANDLE handle, const char *what)
     return out;
 }
 
+// The property of the object behind a handle, or nullptr.
+PropRec *prop_of(State &s, OBJ_HANDLE handle, const char *property, PropKind kind)
+{
+    int obj = object_of(s, handle);
+    return obj < 0 ? nullptr : find_prop(s, static_cast<uint32_t>(obj), property, kind);
+}
+
 uint32_t key_of(OBJ_HANDLE handle) { return static_cast<uint32_t>(handle); }
 
 // Shared by the value and hardware getters. A property without a hardware source answers the
@@ -377,8 +384,7 @@ __attribute__((visibility("default"))) int32_t dfl_get_referenced_object(OBJ_HAN
     std::string name = label(s, handle, property);
     int32_t code = 0;
     if (fire_fault(Op::DflGetRef, key_of(handle), &code, key_of(handle), 0, 0, name.c_str())) return code;
-    int obj = object_of(s, handle);
-    PropRec *p = obj < 0 ? nullptr : find_prop(s, static_cast<uint32_t>(obj), property, kPropReference);
+    PropRec *p = prop_of(s, handle, property, kPropReference);
     int target = p ? find_object(s, p->text) : -1;
     if (target < 0 || !ref) {
         record(Op::DflGetRef, key_of(handle), 0, 0, kNoProperty, name.c_str());
@@ -444,8 +450,7 @@ __attribute__((visibility("default"))) int32_t dfl_get_property_accessor(OBJ_HAN
     std::string name = label(s, handle, property);
     int32_t code = 0;
     if (fire_fault(Op::DflGetAccessor, key_of(handle), &code, key_of(handle), 0, 0, name.c_str())) return code;
-    int obj = object_of(s, handle);
-    PropRec *p = obj < 0 ? nullptr : find_prop(s, static_cast<uint32_t>(obj), property, kPropAccessor);
+    PropRec *p = prop_of(s, handle, property, kPropAccessor);
     if (!p || !accessor || size == 0 || std::strlen(p->text) >= size) {
         record(Op::DflGetAccessor, key_of(handle), 0, 0, kNoProperty, name.c_str());
         return kNoProperty;
