@@ -407,13 +407,36 @@ void Board::script(Source source, uint32_t key, const std::vector<uint32_t> &val
     throw std::runtime_error("too many scripts");
 }
 
-std::vector<Event> Board::events() const
+std::vector<Event> Board::events() const { return events_since(RecordMark{}); }
+
+RecordMark record_mark()
+{
+    Lock lock;
+    return RecordMark{state().event_count, state().log_count};
+}
+
+std::vector<Event> events_since(const RecordMark &mark)
 {
     Lock lock;
     const State &s = state();
     std::vector<Event> out;
     uint64_t first = s.event_count > kMaxEvents ? s.event_count - kMaxEvents : 0;
+    first = std::max(first, mark.events);
     for (uint64_t i = first; i < s.event_count; ++i) out.push_back(to_event(s.events[i % kMaxEvents]));
+    return out;
+}
+
+std::vector<LogLine> logs_since(const RecordMark &mark)
+{
+    Lock lock;
+    const State &s = state();
+    std::vector<LogLine> out;
+    uint64_t first = s.log_count > kMaxLogs ? s.log_count - kMaxLogs : 0;
+    first = std::max(first, mark.logs);
+    for (uint64_t i = first; i < s.log_count; ++i) {
+        const LogRec &r = s.logs[i % kMaxLogs];
+        out.push_back(LogLine{static_cast<LogLine::Kind>(r.kind), r.level, r.file, r.line, r.text});
+    }
     return out;
 }
 
@@ -432,18 +455,7 @@ void Board::clear_events()
     state().event_count = 0;
 }
 
-std::vector<LogLine> Board::logs() const
-{
-    Lock lock;
-    const State &s = state();
-    std::vector<LogLine> out;
-    uint64_t first = s.log_count > kMaxLogs ? s.log_count - kMaxLogs : 0;
-    for (uint64_t i = first; i < s.log_count; ++i) {
-        const LogRec &r = s.logs[i % kMaxLogs];
-        out.push_back(LogLine{static_cast<LogLine::Kind>(r.kind), r.level, r.file, r.line, r.text});
-    }
-    return out;
-}
+std::vector<LogLine> Board::logs() const { return logs_since(RecordMark{}); }
 
 void Board::clear_logs()
 {

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -212,6 +213,9 @@ public:
     // Records.
     std::vector<Event> events() const;
     std::vector<Event> events(Op op) const;
+    // The record as one compact line (see transcript() below), optionally only some operations.
+    std::string transcript() const;
+    std::string transcript(std::initializer_list<Op> only) const;
     void clear_events();
     std::vector<LogLine> logs() const;
     void clear_logs();
@@ -225,6 +229,18 @@ private:
     std::string dir_;
 };
 
+// The record rendered compactly, one token per call, tokens separated by one blank:
+//   rd 13=05  rd 56&01=1  rd 60[3]=00  wr ba=31  wr e9&01=1   local-bus read/write (hex)
+//   srd 13=05  swr 13=05                                        SPI read/write
+//   gi 12=out  gr 12=1  gw 12=0                                 GPIO init/read/write
+//   open sys_info  ioctl 80047306=52  ioctl:tty 540b=0  close sys_info
+//   P29  P29/2 (wait of 2 s)  V29  delay 10  cpldid 0=2  cpldnum 2  tcget tty  tcset tty
+//   other calls: the operation's name and the event's name ("dfl_get_prop cpld1.LBus")
+// Suffixes: "!wp" a write that write protection blocked, "!bad" a malformed request,
+// "!unbal" a give without a take, "!CODE" a failed call (injected or not).
+std::string transcript_token(const Event &e);
+std::string transcript(const std::vector<Event> &events);
+
 // Process-level helpers for tools.
 // Attaches this process to the persistent instance of `profile` (created when missing) unless
 // BSPSIM_INSTANCE already names one; returns the instance directory.
@@ -234,6 +250,15 @@ std::string reset_persistent(const std::string &profile);
 // Directory of the shipped profiles and the names found there.
 std::string profile_dir();
 std::vector<std::string> profile_names();
+// The record of the attached instance, for tools that show what a command touched: take a
+// mark before, then read what was recorded since (by every process attached to the board).
+struct RecordMark {
+    uint64_t events = 0;
+    uint64_t logs = 0;
+};
+RecordMark record_mark();
+std::vector<Event> events_since(const RecordMark &mark);
+std::vector<LogLine> logs_since(const RecordMark &mark);
 // Sends every captured log line to stderr as it happens (for `bspctl -v`).
 void set_log_echo(bool on);
 // Values the framework handed to this process (property values, method outputs) that are still
