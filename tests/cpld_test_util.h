@@ -120,8 +120,10 @@ protected:
 }  // namespace cpldtest
 
 // One test per row of `table`, each named after the row's `name`.
+#ifndef BSP_CASES
 #define BSP_CASES(prefix, suite, table)                                    \
     INSTANTIATE_TEST_SUITE_P(prefix, suite, ::testing::ValuesIn(table), \
                              [](const auto &info) { return std::string(info.param.name); })
+#endif
 
 #endif

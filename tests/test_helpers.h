@@ -11,10 +11,12 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <ostream>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "bmc_bsp.h"
 #include "bspsim/sim.hpp"
 
 namespace bsptest {
@@ -93,6 +95,33 @@ protected:
     std::vector<bspsim::Event> events(bspsim::Op op) const { return board_->events(op); }
     size_t count(bspsim::Op op) const { return board_->events(op).size(); }
 
+    // The whole record as one compact line ("P29 wr ba=31 V29 delay 10", see bspsim::transcript),
+    // optionally only some operations.
+    std::string tr() const { return board_->transcript(); }
+    std::string tr(std::initializer_list<bspsim::Op> only) const { return board_->transcript(only); }
+    // Every debug-log line as "level:text", joined with " | ": one string to compare.
+    std::string log_line() const
+    {
+        std::string out;
+        for (auto &t : debug_texts()) out += (out.empty() ? "" : " | ") + t;
+        return out;
+    }
+    // Forgets what was recorded so far: the test then sees only the calls it makes.
+    void forget() const
+    {
+        board_->clear_events();
+        board_->clear_logs();
+    }
+    // Sets the board id (unless negative: as the profile has it), has the library read and cache
+    // it (which logs a line and touches /dev/sys_info), then forgets the record.
+    void known_board(int board_id = -1) const
+    {
+        if (board_id >= 0) board_->set_board_id(static_cast<uint8_t>(board_id));
+        uint8_t id = 0;
+        (void)BSP_GetBmcBoardId(&id);
+        forget();
+    }
+
 private:
     std::unique_ptr<bspsim::Board> board_;
 };
@@ -101,6 +130,22 @@ private:
 template <typename T>
 class SimTestWithParam : public SimTest, public ::testing::WithParamInterface<T> {};
 
+// Rows of case tables (structs with a `name`) print as that name in test listings. Bring it
+// into the namespace of the tables with a using-declaration, so that gtest finds it.
+template <typename T>
+    requires requires(const T &t) { t.name; }
+void PrintTo(const T &value, std::ostream *os)
+{
+    *os << value.name;
+}
+
 }  // namespace bsptest
+
+// One test per row of `table`, each named after the row's `name`.
+#ifndef BSP_CASES
+#define BSP_CASES(prefix, suite, table)                                    \
+    INSTANTIATE_TEST_SUITE_P(prefix, suite, ::testing::ValuesIn(table), \
+                             [](const auto &info) { return std::string(info.param.name); })
+#endif
 
 #endif
