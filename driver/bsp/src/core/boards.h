@@ -2,8 +2,8 @@
 // the board, each row for row as the board ids are assigned. These lists are the only place
 // that spells a board id; a family asks a predicate (BSP_IsSmmBoard and kin) or tests its own
 // board's id against one of these lists with is_in(). Tables that are themselves keyed by board
-// id (the board table, the logic version registers, rail and reset lines) keep their rows in
-// their family files.
+// id (the board table, the logic version registers and the like) keep their rows in their
+// family files.
 #ifndef BSP_CORE_BOARDS_H
 #define BSP_CORE_BOARDS_H
 
