@@ -2,17 +2,16 @@
 // that maps (board id, slot) to a board type, and the board-type GPIO pins; none of that
 // touches the CPLD. At the end: presence and status of the boards of the enclosure, read
 // from the CPLD and /dev/sys_info.
-#include <fcntl.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <optional>
 
 #include "bmc_bsp.h"
+#include "core/boards.h"
 #include "core/cache.h"
+#include "core/cpld_regs.h"
 #include "core/log.h"
 #include "core/status.h"
 #include "core/sysinfo.h"
@@ -22,15 +21,16 @@
 
 namespace {
 
+using bsp::is_in;
 using bsp::kErr;
 using bsp::kLogError;
 using bsp::kLogTrace;
 using bsp::kOk;
+using bsp::kUnknownBoardId;
 
-constexpr uint8_t kUnknownId = 0xFF;
 constexpr uint32_t kSmmBoardType = 0x20;
 
-bsp::CachedValue<uint8_t, kUnknownId> g_board_id;
+bsp::CachedValue<uint8_t, kUnknownBoardId> g_board_id;
 
 struct BoardRow {
     uint8_t board_id;
@@ -62,28 +62,18 @@ constexpr std::array<BoardRow, 46> kBoardTable = {{
     {0x95, 0, 0x34}, {0x95, 1, 0x35},
 }};
 
-BoardSet g_2u2c_board_ids = {BSP_BOARD_SET_UNASKED,
-                             {0x00, 0x03, 0x05, 0x12, 0x14, 0x22, 0x1D, 0x2D, 0x35, 0x33, 0x2E, 0x99, 0x95}};
-BoardSet g_2u2c_board_types = {BSP_BOARD_SET_UNASKED,
-                               {0x30, 0x31, 0x32, 0x33, 0x34, 0x35, 0x36, 0x37, 0x38, 0x39, 0xFF, 0xFF, 0xFF}};
+constexpr BoardSet unasked_set(const std::array<uint8_t, BSP_BOARD_SET_SIZE> &values)
+{
+    BoardSet set{BSP_BOARD_SET_UNASKED, {}};
+    std::copy(values.begin(), values.end(), set.values);
+    return set;
+}
 
-// Board ids of each predicate.
-constexpr std::array<uint8_t, 4> kSmmIds = {0x0C, 0x0F, 0x81, 0x82};
-constexpr std::array<uint8_t, 13> k2U2CIds = {0x00, 0x03, 0x05, 0x12, 0x14, 0x22, 0x1D,
-                                              0x2E, 0x35, 0x2D, 0x33, 0x99, 0x95};
-constexpr std::array<uint8_t, 8> kMiddleIds = {0x00, 0x03, 0x12, 0x14, 0x2E, 0x33, 0x35, 0x2D};
-constexpr std::array<uint8_t, 4> k2UExpIds = {0x27, 0x24, 0x06, 0x09};
-constexpr std::array<uint8_t, 9> k7460SIds = {0x05, 0x06, 0x09, 0x24, 0x27, 0x22, 0x1D, 0x99, 0x95};
-constexpr std::array<uint8_t, 5> k7460SCtrlIds = {0x22, 0x05, 0x95, 0x99, 0x1D};
-constexpr std::array<uint8_t, 1> k58204U4CIds = {0x0A};
-constexpr std::array<uint8_t, 2> k58304U4CIds = {0x71, 0x11};
-constexpr std::array<uint8_t, 1> k58304u2pIds = {0x71};
-constexpr std::array<uint8_t, 1> kSasIds = {0x12};
-constexpr std::array<uint8_t, 1> kPalmIds = {0x14};
-constexpr std::array<uint8_t, 2> kLiteIds = {0x95, 0x99};
-constexpr std::array<uint8_t, 4> kX86Ids = {0x2D, 0x2E, 0x33, 0x35};
-constexpr std::array<uint8_t, 11> kIdentifiedIds = {0x0F, 0x11, 0x81, 0x82, 0x71, 0x0A,
-                                                    0x0C, 0x06, 0x09, 0x24, 0x27};
+// The sets of BSP_is2u2cCtrlBoard (board ids) and BSP_is2u2cCtrlBoardType (board types).
+BoardSet g_2u2c_board_ids = unasked_set(bsp::k2U2CCtrlSetIds);
+BoardSet g_2u2c_board_types =
+    unasked_set({0x30, 0x31, 0x32, 0x33, 0x34, 0x35, 0x36, 0x37, 0x38, 0x39, 0xFF, 0xFF, 0xFF});
+
 constexpr std::array<uint16_t, 6> kEquipFrameTypes = {0x10, 0x12, 0x0E, 0x09, 0x32, 0x28};
 
 // SMM pins that all read 0 in a factory test frame.
@@ -92,39 +82,32 @@ constexpr int kSmmEquipAttempts = 3;
 
 constexpr uint32_t kPalmMicroOsBoardId = 0x122700;
 
-template <typename T, size_t N>
-constexpr bool contains(const std::array<T, N> &set, T v)
+// This board's id, or nothing while it cannot be read.
+std::optional<uint8_t> read_board_id()
 {
-    return std::find(set.begin(), set.end(), v) != set.end();
+    uint8_t id = kUnknownBoardId;
+    if (BSP_GetBmcBoardId(&id) != kOk) return std::nullopt;
+    return id;
 }
 
-// What a cached predicate does to its answer flag when the board id cannot be read.
-enum class OnIdFailure { ClearAnswer, KeepAnswer };
-
-// The shape shared by the cached predicates: answer from the cache, or read the id once it
-// can be read and remember whether it is one of `ids`.
+// The shape shared by the cached predicates: the cached answer, or, once the id can be read,
+// whether it is one of `ids`. Until then the answer is 0 and the next call asks again.
 template <size_t N>
-uint32_t cached_id_predicate(bsp::CachedAnswer &cache, const std::array<uint8_t, N> &ids,
-                             OnIdFailure on_failure = OnIdFailure::ClearAnswer)
+uint32_t cached_id_predicate(bsp::CachedAnswer &cache, const std::array<uint8_t, N> &ids)
 {
-    if (cache.known()) return cache.answer();
-    uint8_t id = kUnknownId;
-    if (BSP_GetBmcBoardId(&id) != kOk) {
-        if (on_failure == OnIdFailure::ClearAnswer) cache.set_answer(0);
-        return 0;
-    }
-    cache.set_known();
-    if (contains(ids, id)) cache.set_answer(1);
-    return cache.answer();
+    return cache.get_or([&]() -> std::optional<bool> {
+        std::optional<uint8_t> id = read_board_id();
+        if (!id) return std::nullopt;
+        return is_in(ids, *id);
+    });
 }
 
 // Predicates that are not cached: 0 when the id cannot be read.
 template <size_t N>
 uint32_t id_predicate(const std::array<uint8_t, N> &ids)
 {
-    uint8_t id = kUnknownId;
-    if (BSP_GetBmcBoardId(&id) != kOk) return 0;
-    return contains(ids, id) ? 1 : 0;
+    std::optional<uint8_t> id = read_board_id();
+    return (id && is_in(ids, *id)) ? 1 : 0;
 }
 
 bsp::CachedAnswer g_smm, g_2u2c, g_middle, g_2uexp, g_2u, g_7460s, g_7460s_ctrl, g_58204u4c, g_58304u4c,
@@ -156,7 +139,7 @@ uint32_t BSP_GetBmcBoardId(uint8_t *boardId)
     auto id = static_cast<uint8_t>((word >> 4) & 0xFF);
     g_board_id.set(id);
     if (BSP_PrivCheck(0, id, 8) != 0) {
-        *boardId = kUnknownId;
+        *boardId = kUnknownBoardId;
         return kErr;
     }
     *boardId = id;
@@ -167,12 +150,12 @@ uint32_t BSP_GetBmcBoardId(uint8_t *boardId)
 uint32_t BSP_GetBmcBoardType(uint32_t *boardType)
 {
     if (boardType == nullptr) return kErr;
-    uint8_t id = kUnknownId;
+    uint8_t id = kUnknownBoardId;
     if (BSP_GetBmcBoardId(&id) != kOk) {
         BSP_LOG(kLogError, "BSP: get the boardid fail");
         return kErr;
     }
-    if (contains(kSmmIds, id)) {
+    if (is_in(bsp::kSmmIds, id)) {
         *boardType = kSmmBoardType;
         return kOk;
     }
@@ -202,8 +185,8 @@ uint32_t BSP_GetBoardList(BoardListEntry *entries, uint8_t maxCount, uint8_t *co
         BSP_LOG(kLogTrace, "Illegal input parameter(%d).", maxCount);
         return kErr;
     }
-    for (uint8_t i = 0; i < maxCount; ++i) entries[i] = BoardListEntry{0xFF, 0xFF, 0x000000FF};
-    uint8_t id = kUnknownId;
+    for (uint8_t i = 0; i < maxCount; ++i) entries[i] = BoardListEntry{kUnknownBoardId, 0xFF, 0x000000FF};
+    uint8_t id = kUnknownBoardId;
     if (BSP_GetBmcBoardId(&id) != kOk) {
         BSP_LOG(kLogTrace, "Get board id error.");
         return kErr;
@@ -241,18 +224,18 @@ uint32_t BSP_is2u2cCtrlBoardType(uint8_t boardType) { return BSP_isInBoardSet(&g
 
 uint32_t BSP_IsIdentifiedBoardType(uint8_t boardId)
 {
-    return (contains(kIdentifiedIds, boardId) || BSP_is2u2cCtrlBoard(boardId)) ? 1 : 0;
+    return (is_in(bsp::kIdentifiedIds, boardId) || BSP_is2u2cCtrlBoard(boardId)) ? 1 : 0;
 }
 
 void BSP_InitBoardTypeGpio(void)
 {
-    // Every board of this build carries the same SoC; only the SMM variants 0x81/0x82 wire
-    // the board-type straps to other pins.
-    uint8_t id = kUnknownId;
+    // Every board of this build carries the same SoC; only two of the SMM boards wire the
+    // board-type straps to other pins. An id that cannot be read counts as any other board's.
+    uint8_t id = kUnknownBoardId;
     (void)BSP_GetBmcBoardId(&id);
     constexpr std::array<uint32_t, 3> kSmmPins = {50, 52, 53};
     constexpr std::array<uint32_t, 3> kOtherPins = {26, 27, 28};
-    const auto &pins = (id == 0x81 || id == 0x82) ? kSmmPins : kOtherPins;
+    const auto &pins = is_in(bsp::kSmmOwnStrapPinIds, id) ? kSmmPins : kOtherPins;
     for (uint32_t pin : pins) (void)gpio_init(pin, 0);
 }
 
@@ -261,100 +244,91 @@ uint32_t BSP_isEquipFrameBoard(void)
     if (!BSP_IsSmmBoard()) {
         uint16_t frame_type = 0xFF;
         if (BSP_GetFrameType(&frame_type) != 0) return 0;
-        return contains(kEquipFrameTypes, frame_type) ? 1 : 0;
+        return is_in(kEquipFrameTypes, frame_type) ? 1 : 0;
     }
-    if (g_smm_equip_frame.known()) return g_smm_equip_frame.answer();
-
-    // One error word for all attempts and both phases: once a call has failed, every later
-    // attempt counts as failed too.
-    uint32_t error = 0;
-    bool initialised = false;
-    for (int attempt = 0; attempt < kSmmEquipAttempts && !initialised; ++attempt) {
-        for (uint32_t pin : kSmmEquipPins) error |= static_cast<uint32_t>(gpio_init(pin, 0));
-        initialised = error == 0;
-    }
-    if (!initialised) {
-        BSP_LOG(kLogError, "Gpio(v6:128~130,c+:42~44) init failed");
-        return 0;
-    }
-    for (int attempt = 0; attempt < kSmmEquipAttempts; ++attempt) {
-        std::array<uint8_t, 3> level = {0, 0, 0};
-        for (size_t i = 0; i < kSmmEquipPins.size(); ++i) {
-            error |= static_cast<uint32_t>(gpio_read(kSmmEquipPins[i], &level[i], 0));
+    // Only an answer read from the pins is cached; a failed attempt is tried again next call.
+    return g_smm_equip_frame.get_or([]() -> std::optional<bool> {
+        // One error word for all attempts and both phases: once a call has failed, every later
+        // attempt counts as failed too.
+        uint32_t error = 0;
+        bool initialised = false;
+        for (int attempt = 0; attempt < kSmmEquipAttempts && !initialised; ++attempt) {
+            for (uint32_t pin : kSmmEquipPins) error |= static_cast<uint32_t>(gpio_init(pin, 0));
+            initialised = error == 0;
         }
-        if (error == 0) {
-            bool all_low = level[0] == 0 && level[1] == 0 && level[2] == 0;
-            g_smm_equip_frame.set_answer(all_low ? 1 : 0);
-            g_smm_equip_frame.set_known();
-            return g_smm_equip_frame.answer();
+        if (!initialised) {
+            BSP_LOG(kLogError, "Gpio(v6:128~130,c+:42~44) init failed");
+            return std::nullopt;
         }
-    }
-    BSP_LOG(kLogError, "Gpio(v6:128~130,c+:42~44) read failed");
-    return 0;
+        for (int attempt = 0; attempt < kSmmEquipAttempts; ++attempt) {
+            std::array<uint8_t, 3> level = {0, 0, 0};
+            for (size_t i = 0; i < kSmmEquipPins.size(); ++i) {
+                error |= static_cast<uint32_t>(gpio_read(kSmmEquipPins[i], &level[i], 0));
+            }
+            if (error == 0) return level[0] == 0 && level[1] == 0 && level[2] == 0;
+        }
+        BSP_LOG(kLogError, "Gpio(v6:128~130,c+:42~44) read failed");
+        return std::nullopt;
+    });
 }
 
 uint32_t BSP_IsManuVersion(void) { return 0; }
 
 uint32_t BSP_IsEsBoard(void) { return 0; }
 
-uint32_t BSP_IsSmmBoard(void) { return cached_id_predicate(g_smm, kSmmIds); }
+uint32_t BSP_IsSmmBoard(void) { return cached_id_predicate(g_smm, bsp::kSmmIds); }
 
-uint32_t BSP_Is2U2CBoard(void) { return cached_id_predicate(g_2u2c, k2U2CIds); }
+uint32_t BSP_Is2U2CBoard(void) { return cached_id_predicate(g_2u2c, bsp::k2U2CIds); }
 
-uint32_t BSP_IsMiddleBoard(void) { return cached_id_predicate(g_middle, kMiddleIds, OnIdFailure::KeepAnswer); }
+uint32_t BSP_IsMiddleBoard(void) { return cached_id_predicate(g_middle, bsp::kMiddleIds); }
 
-uint32_t BSP_Is2UExpBoard(void) { return cached_id_predicate(g_2uexp, k2UExpIds); }
+uint32_t BSP_Is2UExpBoard(void) { return cached_id_predicate(g_2uexp, bsp::k2UExpIds); }
 
 uint32_t BSP_Is2UBoard(void)
 {
-    if (g_2u.known()) return g_2u.answer();
-    uint8_t id = kUnknownId;
-    if (BSP_GetBmcBoardId(&id) != kOk) {
-        g_2u.set_answer(0);
-        return 0;
-    }
-    g_2u.set_known();
-    if (BSP_Is2U2CBoard() || BSP_Is2UExpBoard()) g_2u.set_answer(1);
-    return g_2u.answer();
+    return g_2u.get_or([]() -> std::optional<bool> {
+        if (!read_board_id()) return std::nullopt;
+        return BSP_Is2U2CBoard() || BSP_Is2UExpBoard();
+    });
 }
 
-uint32_t BSP_Is7460SBoard(void) { return cached_id_predicate(g_7460s, k7460SIds); }
+uint32_t BSP_Is7460SBoard(void) { return cached_id_predicate(g_7460s, bsp::k7460SIds); }
 
-uint32_t BSP_Is7460SCtrlBoard(void) { return cached_id_predicate(g_7460s_ctrl, k7460SCtrlIds); }
+uint32_t BSP_Is7460SCtrlBoard(void) { return cached_id_predicate(g_7460s_ctrl, bsp::k7460SCtrlIds); }
 
 uint32_t BSP_Is5830Board(void) { return 1; }
 
-uint32_t BSP_Is58204U4CBoard(void) { return cached_id_predicate(g_58204u4c, k58204U4CIds, OnIdFailure::KeepAnswer); }
+uint32_t BSP_Is58204U4CBoard(void) { return cached_id_predicate(g_58204u4c, bsp::k58204U4CIds); }
 
-uint32_t BSP_Is58304U4CBoard(void) { return cached_id_predicate(g_58304u4c, k58304U4CIds, OnIdFailure::KeepAnswer); }
+uint32_t BSP_Is58304U4CBoard(void) { return cached_id_predicate(g_58304u4c, bsp::k58304U4CIds); }
 
 uint32_t BSP_Is4U4CBoard(void) { return (BSP_Is58204U4CBoard() || BSP_Is58304U4CBoard()) ? 1 : 0; }
 
-uint32_t BSP_Is58304u2pBoard(void) { return cached_id_predicate(g_58304u2p, k58304u2pIds); }
+uint32_t BSP_Is58304u2pBoard(void) { return cached_id_predicate(g_58304u2p, bsp::k58304u2pIds); }
 
-uint32_t BSP_Is5830SasBoard(void) { return cached_id_predicate(g_sas, kSasIds); }
+uint32_t BSP_Is5830SasBoard(void) { return cached_id_predicate(g_sas, bsp::kSasIds); }
 
-uint32_t BSP_Is5830PalmBoard(void) { return cached_id_predicate(g_palm, kPalmIds); }
+uint32_t BSP_Is5830PalmBoard(void) { return cached_id_predicate(g_palm, bsp::kPalmIds); }
 
 uint32_t BSP_Is5830PalmMicroBoard(void)
 {
-    if (g_palm_micro.known()) return g_palm_micro.answer();
-    // Known before asking: the OS board id is read at most once per process, even if it fails.
-    g_palm_micro.set_known();
-    g_palm_micro.set_answer((BSP_Is5830PalmBoard() && BSP_GetOsBoardId() == kPalmMicroOsBoardId) ? 1 : 0);
-    return g_palm_micro.answer();
+    // The first answer is kept even when the board id or the OS board id could not be read:
+    // a failed first attempt is not repeated.
+    return g_palm_micro.get_or([]() -> std::optional<bool> {
+        return BSP_Is5830PalmBoard() && BSP_GetOsBoardId() == kPalmMicroOsBoardId;
+    });
 }
 
-uint32_t BSP_IsLiteBoard(void) { return cached_id_predicate(g_lite, kLiteIds); }
+uint32_t BSP_IsLiteBoard(void) { return cached_id_predicate(g_lite, bsp::kLiteIds); }
 
-uint32_t BSP_isX86Board(void) { return id_predicate(kX86Ids); }
+uint32_t BSP_isX86Board(void) { return id_predicate(bsp::kX86Ids); }
 
 uint32_t BSP_SingleCpuOrDoubleCpu(void)
 {
-    uint8_t id = kUnknownId;
-    if (BSP_GetBmcBoardId(&id) != kOk) return 0;
-    if (id == 0x2D || id == 0x33 || id == 0x35) return 2;
-    if (id == 0x2E) return 1;
+    std::optional<uint8_t> id = read_board_id();
+    if (!id) return 0;
+    if (is_in(bsp::kDoubleCpuIds, *id)) return 2;
+    if (is_in(bsp::kSingleCpuIds, *id)) return 1;
     return 0;
 }
 
@@ -367,8 +341,9 @@ uint32_t BSP_SingleCpuOrDoubleCpu(void)
 
 namespace {
 
-constexpr uint32_t kSmmOnlineReg = 0x29;
-constexpr uint32_t kCtrlPresenceReg = 0x33;
+using bsp::kCtrlPresenceReg;
+using bsp::kSmmOnlineReg;
+
 constexpr std::array<uint32_t, 3> kOsBoardIdRegs = {0x60, 0x61, 0x62};  // bits 0-7, 8-15, 16-23
 constexpr uint32_t kAcDownReg = 0x1B2;
 constexpr uint32_t kAcDownAltReg = 0xC6;
@@ -461,13 +436,14 @@ uint32_t BSP_GetSmmOnlineStates(uint8_t bit, uint8_t *state)
 
 uint32_t BSP_IsBoardFirstPowerOn(void)
 {
-    int fd = open("/dev/sys_info", O_RDWR);
-    if (fd < 0) {
-        BSP_LOG(kLogError, "BOARD open sysinfo fail(%d)", fd);
+    // Both counters are read under one open; the device is closed on every way out.
+    bsp::SysInfoDevice dev;
+    if (!dev.opened()) {
+        BSP_LOG(kLogError, "BOARD open sysinfo fail(%d)", dev.open_result());
         return 0;
     }
-    auto read_counter = [fd](uint32_t request, uint32_t &counter) {
-        int rc = ioctl(fd, request, &counter);
+    auto read_counter = [&dev](uint32_t request, uint32_t &counter) {
+        int32_t rc = dev.query(request, counter);
         if (rc != 0) BSP_LOG(kLogError, "BOARD read sysinfo fail(%d)", rc);
         return rc == 0;
     };
@@ -478,7 +454,6 @@ uint32_t BSP_IsBoardFirstPowerOn(void)
         ok = read_counter(bsp::kSysInfoPowerOn2, second);
         first += second;  // both counters must be 0; the sum wraps like the 32-bit word it is
     }
-    close(fd);
     return (ok && first == 0) ? 1 : 0;
 }
 

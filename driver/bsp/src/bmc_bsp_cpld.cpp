@@ -9,7 +9,9 @@
 #include <string_view>
 
 #include "bmc_bsp.h"
+#include "core/boards.h"
 #include "core/cache.h"
+#include "core/cpld_regs.h"
 #include "core/log.h"
 #include "core/retry.h"
 #include "core/sem_guard.h"
@@ -58,7 +60,16 @@ Path choose_path()
     return Path::LocalBus;
 }
 
-bool debounced_register(uint32_t addr) { return addr == 0x29 || addr == 0x33 || (addr >= 0x1D2 && addr <= 0x1D9); }
+// Noisy registers that BSP_ReadCpldByteForTdm debounces: the SMM-online and controller-presence
+// registers, and a range.
+constexpr uint32_t kTdmFirstRangeReg = 0x1D2;
+constexpr uint32_t kTdmLastRangeReg = 0x1D9;
+
+bool debounced_register(uint32_t addr)
+{
+    return addr == bsp::kSmmOnlineReg || addr == bsp::kCtrlPresenceReg ||
+           (addr >= kTdmFirstRangeReg && addr <= kTdmLastRangeReg);
+}
 
 // The SPI retry wrappers: up to five attempts, 10 ms after every failure.
 template <typename Once>
@@ -708,7 +719,7 @@ uint32_t BSP_GetCpldNum(uint8_t *num)
         *num = g_cpld_num.get();
         return kOk;
     }
-    uint8_t board_id = 0xFF;
+    uint8_t board_id = bsp::kUnknownBoardId;
     uint32_t ret = BSP_GetBmcBoardId(&board_id);
     if (ret != kOk) {
         *num = 0;

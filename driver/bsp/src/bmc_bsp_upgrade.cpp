@@ -35,7 +35,7 @@ constexpr uint8_t kWpLifted = 0;
 constexpr uint8_t kWpClosed = 1;
 
 // Used when no row names the CPLD: the first CPLD's registers.
-constexpr CpldUpgradeModeReg kDefaultModeRegs = {0, 0x0E9, 0, 0x0EA, 0};
+const CpldUpgradeModeReg &kDefaultModeRegs = g_CpldUpgradeModeRegTbl[0];
 
 // Voltage regulators 0..7 live in the first register, 8 and up in the second.
 constexpr uint32_t kVrmLowReg = 0x1AE;

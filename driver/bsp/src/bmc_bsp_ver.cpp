@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "bmc_bsp.h"
+#include "core/boards.h"
 #include "core/log.h"
 #include "core/status.h"
 #include "core/sysinfo.h"
@@ -87,8 +88,7 @@ constexpr size_t kVerStrAppendCount = 102;
 constexpr const char *kBmcVersion = "66.25.01T13";
 constexpr size_t kBmcVersionBufSize = 64;
 
-// The 2P board reads its PCB number from three pins, bit 0 first.
-constexpr uint8_t kBoard2P = 0x71;
+// The 5830 2P board reads its PCB number from three pins, bit 0 first.
 constexpr std::array<uint32_t, 3> kPcbPins = {26, 27, 29};
 constexpr uint8_t kPcbUnknown = 0xFF;
 constexpr uint8_t kPcbMask = 0x07;
@@ -111,7 +111,7 @@ uint32_t BSP_GetSizeOfLogicVerRegTable(void) { return static_cast<uint32_t>(kLog
 
 uint8_t BSP_GetBoardIdOfLogicVerRegTable(uint32_t row)
 {
-    return row < kLogicVerRegTable.size() ? kLogicVerRegTable[row].board_id : 0xFF;
+    return row < kLogicVerRegTable.size() ? kLogicVerRegTable[row].board_id : bsp::kUnknownBoardId;
 }
 
 uint8_t BSP_GetCpldNumOfLogicVerRegTable(uint32_t row)
@@ -125,7 +125,7 @@ uint32_t BSP_GetCpldVerReg(uint8_t cpldId, uint32_t *mainReg, uint32_t *testReg,
         BSP_LOG(kLogError, "Input CPLD Version reg buffer is null");
         return kErr;
     }
-    uint8_t board_id = 0xFF;
+    uint8_t board_id = bsp::kUnknownBoardId;
     uint32_t ret = BSP_GetBmcBoardId(&board_id);
     if (ret != kOk) {
         BSP_LOG(kLogError, "BSP: Get Bmc BoardId Failed for getting cpld ver reg, Ret=0x%x", ret);
@@ -262,9 +262,11 @@ uint32_t BSP_GetBmcBoardPcb58302P(uint8_t *pcb)
 uint32_t BSP_GetBmcBoardPcb(uint8_t *pcb)
 {
     if (pcb == nullptr) return kErr;
-    uint8_t board_id = 0xFF;
+    // The id is taken as the read left it, whatever its status: not the cached predicate, which
+    // answers 0 for a read that failed.
+    uint8_t board_id = bsp::kUnknownBoardId;
     (void)BSP_GetBmcBoardId(&board_id);
-    if (board_id == kBoard2P) {
+    if (bsp::is_in(bsp::k58304u2pIds, board_id)) {
         if (BSP_GetBmcBoardPcb58302P(pcb) != kOk) {
             BSP_LOG(kLogError, "get 5830 2p bmc board pcb version failed.");
             return kErr;
