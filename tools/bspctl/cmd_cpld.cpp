@@ -58,9 +58,10 @@ int get(const Options &opts, const Args &args)
 
 // A write the register did not keep: write protection that is closed, a read-only or
 // self-test register, bits the CPLD clears itself. As i2cset -r, the command says so.
-int not_kept(const std::string &what, uint64_t written, uint64_t readback, const std::string &fields)
+int not_kept(const std::string &what, const std::string &written, const std::string &readback,
+             const std::string &fields)
 {
-    return fail(what + " reads " + hex(readback) + " after writing " + hex(written) +
+    return fail(what + " reads " + readback + " after writing " + written +
                     ": the write did not take (write-protected or read-only?)",
                 fields);
 }
@@ -87,7 +88,7 @@ int set(const Options &opts, const Args &args)
     }
     const std::string fields = "\"addr\": " + std::to_string(a) + ", \"written\": " + std::to_string(v) +
                                ", \"readback\": " + readback_json(opts, back);
-    if (back != v) return not_kept(reg_name(a), v, back, fields);
+    if (back != v) return not_kept(reg_name(a), hex(v), hex(back), fields);
     if (opts.json) std::printf("{%s}\n", fields.c_str());
     return 0;
 }
@@ -114,7 +115,7 @@ int bit(const Options &opts, const Args &args)
         }
         const std::string fields = "\"addr\": " + std::to_string(a) + ", \"bit\": " + std::to_string(b) +
                                    ", \"written\": " + std::to_string(v) + ", \"readback\": " + readback_json(opts, back);
-        if (back != v) return not_kept(what, v, back, fields);
+        if (back != v) return not_kept(what, std::to_string(v), std::to_string(back), fields);
         if (opts.json) std::printf("{%s}\n", fields.c_str());
         return 0;
     }

@@ -65,6 +65,8 @@ void print_dump(uint64_t addr, const std::vector<uint8_t> &bytes)
                 chars += printable(b);
             }
         }
+        // The character column of a short last row is not padded: no line ends in blanks.
+        chars.erase(chars.find_last_not_of(' ') + 1);
         std::printf("   %s\n", chars.c_str());
     }
 }
