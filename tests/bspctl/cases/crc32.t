@@ -38,6 +38,12 @@ Their size says 0; the checksum is of what they hold.
   $ bspctl crc32 /proc/self/cmdline | cut -d' ' -f2
   32
 
+## sys-file
+A sysfs file says 4096 bytes whatever it holds.
+%require test -r /sys/devices/system/cpu/online
+  $ diff <(bspctl crc32 /sys/devices/system/cpu/online) <(cksum /sys/devices/system/cpu/online) && echo same
+  same
+
 ## loop-block-device
 %require losetup -f >/dev/null 2>&1
   $ seq 1 100000 > img; truncate -s 1M img; dev=$(losetup -f --show img); bspctl crc32 $dev | cut -d' ' -f1-2; cksum $dev | cut -d' ' -f1-2; losetup -d $dev
