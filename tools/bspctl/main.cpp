@@ -39,30 +39,46 @@ void record_error(const std::string &message, const std::string &fields)
     g_outcome.fields = fields;
 }
 
-void usage(FILE *out)
+std::string usage()
 {
-    std::fprintf(out,
-                 "usage: bspctl [-p PROFILE] [--json] [--trace] [--no-verify] [-v] COMMAND [ARGS...]\n"
-                 "\n"
-                 "Board support tool. On a host it runs on a simulated board: the persistent\n"
-                 "instance of PROFILE, or the one BSPSIM_INSTANCE names.\n"
-                 "\n"
-                 "options (also accepted after the command):\n"
-                 "  -p, --profile NAME  board profile to run on (see `bspctl sim profiles`); without\n"
-                 "                      it, $BSPSIM_PROFILE when set, else \"default\"\n"
-                 "      --json          machine-readable output: one JSON document per run, errors\n"
-                 "                      included ({\"error\": ...})\n"
-                 "      --trace         after the output, every platform call the command made\n"
-                 "                      (registers, pins, devices, semaphores, delays, log lines)\n"
-                 "      --no-verify     writes do not read the value back\n"
-                 "  -v, --verbose       print the library's log lines on stderr\n"
-                 "  -h, --help          this text; `bspctl COMMAND --help` for a command\n"
-                 "\n"
-                 "Numbers are hex with a 0x prefix and decimal otherwise: a leading zero is still\n"
-                 "decimal (010 is ten). Exit status: 0 done, 1 failed, 2 bad command line.\n"
-                 "\n"
-                 "commands:\n");
-    for (const Command &c : commands()) std::fprintf(out, "  %-10s %s\n", c.name, c.summary);
+    std::string text =
+        "usage: bspctl [-p PROFILE] [--json] [--trace] [--no-verify] [-v] COMMAND [ARGS...]\n"
+        "\n"
+        "Board support tool. On a host it runs on a simulated board: the persistent\n"
+        "instance of PROFILE, or the one BSPSIM_INSTANCE names.\n"
+        "\n"
+        "options (also accepted after the command):\n"
+        "  -p, --profile NAME  board profile to run on (see `bspctl sim profiles`); without\n"
+        "                      it, $BSPSIM_PROFILE when set, else \"default\"\n"
+        "      --json          machine-readable output: one JSON document per run, errors\n"
+        "                      included ({\"error\": ...})\n"
+        "      --trace         after the output, every platform call the command made\n"
+        "                      (registers, pins, devices, semaphores, delays, log lines)\n"
+        "      --no-verify     writes do not read the value back\n"
+        "  -v, --verbose       print the library's log lines on stderr\n"
+        "  -h, --help          this text; `bspctl COMMAND --help` for a command\n"
+        "\n"
+        "Numbers are hex with a 0x prefix and decimal otherwise: a leading zero is still\n"
+        "decimal (010 is ten). Exit status: 0 done, 1 failed, 2 bad command line.\n"
+        "\n"
+        "commands:\n";
+    for (const Command &c : commands()) {
+        char line[160];
+        std::snprintf(line, sizeof line, "  %-10s %s\n", c.name, c.summary);
+        text += line;
+    }
+    return text;
+}
+
+// Help is the answer the user asked for: with --json it is the document's "usage".
+int help(const Options &opts, const std::string &text)
+{
+    if (opts.json) {
+        std::printf("{\"usage\": %s}\n", json_string(text).c_str());
+    } else {
+        std::fputs(text.c_str(), stdout);
+    }
+    return 0;
 }
 
 // ------------------------------------------------------------------------- options
@@ -162,7 +178,7 @@ int dispatch(Run &run, const Args &argv)
     for (; i < argv.size(); ++i) {
         switch (take_option(argv, i, opts)) {
         case OptionResult::Taken: continue;
-        case OptionResult::Help: usage(stdout); return 0;
+        case OptionResult::Help: return help(opts, usage());
         case OptionResult::Error: return kExitUsage;
         case OptionResult::NotOption: break;
         }
@@ -181,7 +197,7 @@ int dispatch(Run &run, const Args &argv)
     for (; i < argv.size(); ++i) {
         switch (take_option(argv, i, opts)) {
         case OptionResult::Taken: continue;
-        case OptionResult::Help: std::fputs(cmd->usage, stdout); return 0;
+        case OptionResult::Help: return help(opts, cmd->usage);
         case OptionResult::Error: return kExitUsage;
         case OptionResult::NotOption: rest.push_back(argv[i]); break;
         }

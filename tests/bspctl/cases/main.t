@@ -95,3 +95,9 @@ An empty name is refused before any board is looked for, so nothing in the home 
     enclosure and board the predicates report, the board-table rows of the id,
     the CPLD count, versions and health, and which controller boards of the
     enclosure are present and have booted.
+
+## json-help
+  $ bspctl --json --help | python3 -c 'import json, sys; print(list(json.load(sys.stdin)))'
+  ['usage']
+  $ bspctl --json cpld --help
+  {"usage": "usage: bspctl [-p PROFILE] [--json] cpld get ADDR [COUNT]\n       bspctl [-p PROFILE] [--json] cpld set ADDR VALUE\n       bspctl [-p PROFILE] [--json] cpld bit ADDR BIT [0|1]\n       bspctl [-p PROFILE] [--json] cpld upgrade-mode CPLD [0|1]\n       bspctl [-p PROFILE] [--json] cpld selftest [CPLD]\n       bspctl [-p PROFILE] [--json] cpld health\n\n  get          print COUNT registers (default 1) from ADDR\n  set          write VALUE (0-0xff) to register ADDR\n  bit          print bit BIT (0-7) of register ADDR, or write it\n  upgrade-mode print whether CPLD (0-2) is in upgrade mode, or switch it\n  selftest     write/read-back test of every CPLD, or of CPLD (0-2)\n  health       print whether the CPLD fault register shows a fault\n\n  Registers are 0 to 0x3ff. Numbers are hex with 0x, decimal otherwise (010 is\n  ten). set and bit read the register back and fail when the value did not\n  stick (write-protected, read-only); --no-verify skips that. selftest of a\n  CPLD the board does not have fails (exit 1); a skipped test says skipped.\n  The library picks the bus (local bus or SPI) from the board, as at every call.\n"}
