@@ -9,9 +9,16 @@
 
 namespace bspctl {
 
+// Exit codes: a command that could not do what was asked, and a command line that does not
+// say anything runnable (the user's mistake, shown with a hint where help is).
+inline constexpr int kExitFailure = 1;
+inline constexpr int kExitUsage = 2;
+
 struct Options {
     bool json = false;
     bool verbose = false;
+    bool trace = false;
+    bool verify = true;  // writes read the value back and fail when it did not stick
     std::string profile = "default";
 };
 
@@ -32,12 +39,21 @@ struct Register {
 
 const std::vector<Command> &commands();
 
-// Parses a number in hex (0x..) or decimal; nullopt when it is not one or exceeds `max`.
+// Parses a number: hex with a 0x prefix, decimal otherwise (a leading zero is still decimal,
+// so 010 is ten). No sign, no blanks. nullopt when it is not one or exceeds `max`.
 std::optional<uint64_t> parse_number(const std::string &text, uint64_t max);
-// Prints one clear line to stderr and returns the failure exit code.
-int fail(const std::string &message);
+
+// The one line of a failure (exit 1). With --json it becomes the run's document,
+// {"error": ..., <json_fields>}; `json_fields` is "" or a list of members ("\"a\": 1, ...").
+int fail(const std::string &message, const std::string &json_fields = "");
+// The one line of a usage error (exit 2), followed by the hint to the help of `command`
+// (the tool's own help when null).
+int usage_error(const std::string &message, const char *command = nullptr);
+
 // Escapes text for a JSON string literal.
 std::string json_escape(const std::string &text);
+// "text" as a JSON string literal, quotes included.
+std::string json_string(const std::string &text);
 std::string hex(uint64_t v, int width = 2);
 
 }  // namespace bspctl

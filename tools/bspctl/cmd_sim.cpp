@@ -10,27 +10,39 @@ namespace {
 
 int run(const Options &opts, const Args &args)
 {
-    if (args.size() == 1 && args[0] == "reset") {
+    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where", "sim");
+    if (args[0] == "reset") {
         std::string dir = bspsim::reset_persistent(opts.profile);
         if (opts.json) {
-            std::printf("{\"reset\": \"%s\", \"profile\": \"%s\"}\n", json_escape(dir).c_str(),
-                        json_escape(opts.profile).c_str());
+            std::printf("{\"reset\": %s, \"profile\": %s}\n", json_string(dir).c_str(), json_string(opts.profile).c_str());
         }
         return 0;
     }
-    if (args.size() == 1 && args[0] == "profiles") {
-        for (const std::string &p : bspsim::profile_names()) std::printf("%s\n", p.c_str());
+    if (args[0] == "profiles") {
+        const std::vector<std::string> names = bspsim::profile_names();
+        if (opts.json) {
+            std::printf("{\"profiles\": [");
+            for (size_t i = 0; i < names.size(); ++i) std::printf("%s%s", i ? ", " : "", json_string(names[i]).c_str());
+            std::printf("]}\n");
+        } else {
+            for (const std::string &p : names) std::printf("%s\n", p.c_str());
+        }
         return 0;
     }
-    if (args.size() == 1 && args[0] == "where") {
-        std::printf("%s\n", bspsim::attach_persistent(opts.profile).c_str());
+    if (args[0] == "where") {
+        std::string dir = bspsim::attach_persistent(opts.profile);
+        if (opts.json) {
+            std::printf("{\"dir\": %s}\n", json_string(dir).c_str());
+        } else {
+            std::printf("%s\n", dir.c_str());
+        }
         return 0;
     }
-    return fail("usage: bspctl sim reset|profiles|where");
+    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where)", "sim");
 }
 
 const Register reg({"sim", "manage the simulated board (reset, profiles, where)",
-                    "usage: bspctl [-p PROFILE] sim reset|profiles|where\n"
+                    "usage: bspctl [-p PROFILE] [--json] sim reset|profiles|where\n"
                     "  reset     restore the board of PROFILE (or of BSPSIM_INSTANCE) from its profile\n"
                     "  profiles  list the shipped board profiles\n"
                     "  where     print the directory of the simulated board\n",

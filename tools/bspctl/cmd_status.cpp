@@ -234,7 +234,7 @@ void print_cplds_json(const Cplds &c)
 
 int run(const Options &opts, const Args &args)
 {
-    if (!args.empty()) return fail("status takes no arguments");
+    if (!args.empty()) return usage_error("status takes no arguments", "status");
     Report r = collect();
     Cplds cplds = collect_cplds();
     std::vector<CtrlBoard> ctrl_boards = collect_ctrl_boards();

@@ -169,7 +169,7 @@ void print_json(const Report &r)
 
 int run(const Options &opts, const Args &args)
 {
-    if (!args.empty()) return fail("version takes no arguments");
+    if (!args.empty()) return usage_error("version takes no arguments", "version");
     Report r = collect();
     if (opts.json) {
         print_json(r);

@@ -33,7 +33,7 @@ inline std::string subcommand_usage(const char *command, std::span<const Subcomm
     text += "\n";
     for (const Subcommand &s : subs) {
         char buf[160];
-        std::snprintf(buf, sizeof buf, "  %-10s %s\n", s.name, s.summary);
+        std::snprintf(buf, sizeof buf, "  %-12s %s\n", s.name, s.summary);
         text += buf;
     }
     text += notes;
@@ -50,16 +50,17 @@ inline int run_subcommand(const char *command, std::span<const Subcommand> subs,
 {
     std::string names;
     for (const Subcommand &s : subs) names += (names.empty() ? "" : "|") + std::string(s.name);
-    if (args.empty()) return fail(std::string(command) + ": which one? " + names + " (see --help)");
+    if (args.empty()) return usage_error(std::string(command) + ": which one? " + names, command);
     for (const Subcommand &s : subs) {
         if (args[0] != s.name) continue;
         Args rest(args.begin() + 1, args.end());
         if (rest.size() < s.min_args || rest.size() > s.max_args) {
-            return fail(std::string("usage: bspctl ") + command + " " + s.name + (*s.args ? " " : "") + s.args);
+            return usage_error(std::string(command) + " " + s.name + " takes " + (*s.args ? s.args : "no arguments"),
+                               command);
         }
         return s.run(opts, rest);
     }
-    return fail(std::string(command) + ": unknown subcommand " + args[0] + " (" + names + ")");
+    return usage_error(std::string(command) + ": unknown subcommand '" + args[0] + "' (" + names + ")", command);
 }
 
 }  // namespace bspctl
