@@ -23,6 +23,7 @@ import ctypes
 import difflib
 import json
 import os
+import re
 import shlex
 import subprocess
 import sys
@@ -104,7 +105,10 @@ def run_command(cmd, bspctl, scratch):
     p = subprocess.run(["bash", "-c", cmd.line], cwd=scratch, env=env, stdin=subprocess.DEVNULL,
                        capture_output=True, timeout=60)
     # The scratch directory differs from run to run; the text names it $SCRATCH.
-    out, err = (b.decode("utf-8", "replace").replace(scratch, "$SCRATCH") for b in (p.stdout, p.stderr))
+    # Log lines name the library's source line, which moves with every edit of the file: the
+    # text keeps the file and shows the line as '#'.
+    out, err = (re.sub(r"(\w+\.cpp)([:(])\d+", r"\1\2#", b.decode("utf-8", "replace").replace(scratch, "$SCRATCH"))
+                for b in (p.stdout, p.stderr))
     return p.returncode, out, err
 
 

@@ -11,7 +11,7 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
     dfl_get_ref cpld1.LBus
     dfl_get_name localbus
     rd 13=00
-    log 2 bmc_bsp_board.cpp:163 get bmc boardid (0x5)
+    log 2 bmc_bsp_board.cpp:# get bmc boardid (0x5)
 
 ## cpld-set-reads-back
   $ bspctl --trace cpld set 0x13 5
@@ -27,7 +27,7 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
     dfl_get_ref cpld1.LBus
     dfl_get_name localbus
     rd 13=05
-    log 2 bmc_bsp_board.cpp:163 get bmc boardid (0x5)
+    log 2 bmc_bsp_board.cpp:# get bmc boardid (0x5)
   $ bspctl --trace --no-verify cpld set 0x13 6
   trace:
     open sys_info
@@ -37,7 +37,7 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
     dfl_get_ref cpld1.LBus
     dfl_get_name localbus
     wr 13=06
-    log 2 bmc_bsp_board.cpp:163 get bmc boardid (0x5)
+    log 2 bmc_bsp_board.cpp:# get bmc boardid (0x5)
 
 ## write-protected
   $ bspctl --trace cpld set 0xe9 1
@@ -53,7 +53,7 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
     dfl_get_ref cpld1.LBus
     dfl_get_name localbus
     rd e9=00
-    log 2 bmc_bsp_board.cpp:163 get bmc boardid (0x5)
+    log 2 bmc_bsp_board.cpp:# get bmc boardid (0x5)
   2> bspctl: CPLD register 0x0e9 reads 0x00 after writing 0x01: the write did not take (write-protected or read-only?)
   [1]
   $ bspctl --json --trace cpld set 0xe9 1
@@ -70,7 +70,7 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
       "dfl_get_ref cpld1.LBus",
       "dfl_get_name localbus",
       "rd e9=00",
-      "log 2 bmc_bsp_board.cpp:163 get bmc boardid (0x5)"
+      "log 2 bmc_bsp_board.cpp:# get bmc boardid (0x5)"
     ]
   }
   [1]
@@ -109,7 +109,7 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
     dfl_get_name localbus
     rd bc=00
     V29
-    log 2 bmc_bsp_board.cpp:163 get bmc boardid (0x5)
+    log 2 bmc_bsp_board.cpp:# get bmc boardid (0x5)
 
 ## spi-board
   $ bspctl -p 4u4c --trace cpld get 0x13
@@ -122,7 +122,7 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
     dfl_get_ref cpld1.LBus
     dfl_get_name spi1
     srd 13=00
-    log 2 bmc_bsp_board.cpp:163 get bmc boardid (0x71)
+    log 2 bmc_bsp_board.cpp:# get bmc boardid (0x71)
 
 ## status-json
   $ bspctl --json --trace status
@@ -250,9 +250,9 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
       "dfl_get_ref cpld1.LBus",
       "dfl_get_name localbus",
       "rd f9&20=1",
-      "log 2 bmc_bsp_board.cpp:163 get bmc boardid (0x5)",
-      "log 0 bmc_bsp_board.cpp:181 BSP_GetBoardSlot failed.",
-      "log 1 bmc_bsp_cpld.cpp:820 Health status of cpld(0xf) change from 0 to 1, reg[0xfb]=0x0, modules of iocard and disk will stop routine if the cpld is fault."
+      "log 2 bmc_bsp_board.cpp:# get bmc boardid (0x5)",
+      "log 0 bmc_bsp_board.cpp:# BSP_GetBoardSlot failed.",
+      "log 1 bmc_bsp_cpld.cpp:# Health status of cpld(0xf) change from 0 to 1, reg[0xfb]=0x0, modules of iocard and disk will stop routine if the cpld is fault."
     ]
   }
 
@@ -283,7 +283,7 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
     dfl_get_name localbus
     rd 2=aa
     V12
-    log 2 bmc_bsp_board.cpp:163 get bmc boardid (0x5)
+    log 2 bmc_bsp_board.cpp:# get bmc boardid (0x5)
 
 ## crc32-and-sim
   $ seq 1 10 > f; bspctl --trace crc32 f
