@@ -2,6 +2,8 @@
 // slot and fan-board calls, which answer a failure and touch nothing yet.
 #include <sys/stat.h>
 
+#include <filesystem>
+#include <iterator>
 #include <string>
 
 #include "test_helpers.h"
@@ -41,9 +43,14 @@ TEST_P(SyncLog2Flash, EachFileOnItsOwn)
     for (int i = 0; i < 4; ++i) {
         if (c.present & (1u << i)) bsptest::write_file(sim().path_of(kLogFiles[i]), contents(i));
     }
-    if (c.directory >= 0) ASSERT_EQ(mkdir(sim().path_of(kLogFiles[c.directory]).c_str(), 0755), 0);
+    if (c.directory >= 0) {
+        ASSERT_EQ(mkdir(sim().path_of(kLogFiles[c.directory]).c_str(), 0755), 0);
+    }
     if (c.failing >= 0) sim().fail(Op::FileOpen, 1, -1, bspsim::kAnyKey, c.failing);
+    auto open_fds = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+    const auto fds_before = open_fds();
     BSP_SyncLog2Flash();
+    EXPECT_EQ(open_fds(), fds_before) << "every opened file is closed again";
     std::string opened, logs;
     for (int i = 0; i < 4; ++i) {
         const std::string &f = kLogFiles[i];
@@ -53,8 +60,9 @@ TEST_P(SyncLog2Flash, EachFileOnItsOwn)
         std::string log = !there ? f + " is not exist." : refused ? "Open file(" + f + ") failed." : "";
         if (!log.empty()) logs += (logs.empty() ? "0:" : " | 0:") + log;
         struct stat st;
-        if (c.present & (1u << i)) EXPECT_EQ(bsptest::read_file(sim().path_of(f)), contents(i));
-        if (!there) EXPECT_NE(stat(sim().path_of(f).c_str(), &st), 0) << "the flush must not create " << f;
+        bool file = c.present & (1u << i);
+        std::string now = file ? bsptest::read_file(sim().path_of(f)) : stat(sim().path_of(f).c_str(), &st) ? "none" : "dir";
+        EXPECT_EQ(now, file ? contents(i) : there ? "dir" : "none") << "left as it was: " << f;
     }
     EXPECT_EQ(tr({Op::FileOpen}), opened);
     EXPECT_EQ(log_line(), logs);

@@ -155,6 +155,9 @@ const CopyFailure kCopyFailures[] = {
      .log = "0:Error: copy test version failed, result = -1."},
     {.name = "test_copy", .op = Op::MemcpyS, .skip = 2, .code = 34, .text = "00.05.200###",
      .log = "0:Error: copy cpld version failed, result = 34."},
+    // After the self test's two reads and the main register: an unreadable byte counts as 0.
+    {.name = "test_byte_unreadable", .op = Op::LocalBusRead, .skip = 3, .code = -1, .text = "00.05.200T00",
+     .log = "0:read cpld byte error."},
 };
 
 using CpldVersionCopy = VerCase<CopyFailure>;
@@ -187,6 +190,7 @@ TEST_F(VerTest, FailedSelfTestAndTheVersionString)
     EXPECT_EQ(bus(), "wr 24a=aa rd 24a=aa wr 24a=55 rd 24a=55");
     EXPECT_EQ(tr({Op::SemP, Op::SemV}), "P12/2 V12");
     EXPECT_EQ(BSP_GetCpldVersion(0, nullptr), kErr);
+    sim().fail(Op::MemsetS, 1, 34, bspsim::kAnyKey, 2);  // clearing the scratch after the first version
     EXPECT_EQ(BSP_GetCpldVerStr(buf, sizeof buf), 0u);
     EXPECT_STREQ(buf, "cpld:00.05.200T01,invalid");
     char small[10] = "";
@@ -194,7 +198,7 @@ TEST_F(VerTest, FailedSelfTestAndTheVersionString)
     EXPECT_STREQ(small, "");
     EXPECT_EQ(BSP_GetCpldVerStr(nullptr, 16) + BSP_GetCpldVerStr(buf, 0), 0u);
     EXPECT_EQ(log_line(), "0:CPLD_1 self test fail, so get its ver fail | 0:Input CPLD Version buffer is null | "
-                          "0:CPLD_1 self test fail, so get its ver fail | "
+                          "0:Error: init cpld  version buf failed, result = 34. | 0:CPLD_1 self test fail, so get its ver fail | "
                           "0:Error: copy cpld version failed, result = 34. | 0:Error: copy cpld version failed, result = 34. | "
                           "0:Input CPLD version str buffer is null | 0:Input CPLD version str buffer is null");
 }
