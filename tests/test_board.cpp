@@ -627,21 +627,21 @@ TEST_F(BoardTest, PlantInfo)
 // two-processor one (which reads over SPI); both read every time. Four controller boards only in those enclosures.
 struct AcCase {
     const char *name;
-    uint8_t board_id, first, second;  // first, second: registers 0x1B2 and 0xC6
+    uint8_t id, r1b2, rc6;  // board id, registers 0x1B2 and 0xC6
     uint32_t want, boards;
     const char *trace;
 };
 
 const AcCase kAc[] = {
-    {.name = "2u_up", .board_id = 0x05, .first = 0x00, .second = 0x00, .want = 0, .boards = 2, .trace = "rd 1b2&01=0 rd c6&01=0"},
-    {.name = "2u_first_source", .board_id = 0x05, .first = 0x01, .second = 0x00, .want = 1, .boards = 2, .trace = "rd 1b2&01=1 rd c6&01=0"},
-    {.name = "2u_second_source", .board_id = 0x05, .first = 0x00, .second = 0x01, .want = 1, .boards = 2, .trace = "rd 1b2&01=0 rd c6&01=1"},
-    {.name = "2u_other_bits_ignored", .board_id = 0x05, .first = 0xFE, .second = 0xFE, .want = 0, .boards = 2, .trace = "rd 1b2&01=0 rd c6&01=0"},
-    {.name = "4u_two_processor_second_source", .board_id = 0x71, .first = 0x00, .second = 0x01, .want = 1, .boards = 4, .trace = "srd 1b2=00 srd c6=01"},
-    {.name = "4u_5830_second_source_ignored", .board_id = 0x11, .first = 0x00, .second = 0x01, .want = 0, .boards = 4, .trace = "rd 1b2&01=0 rd c6&01=1"},
-    {.name = "4u_5830_first_source", .board_id = 0x11, .first = 0x01, .second = 0x00, .want = 1, .boards = 4, .trace = "rd 1b2&01=1 rd c6&01=0"},
-    {.name = "4u_5820_second_source_ignored", .board_id = 0x0A, .first = 0x00, .second = 0x01, .want = 0, .boards = 4, .trace = "rd 1b2&01=0 rd c6&01=1"},
-    {.name = "smm_second_source", .board_id = 0x81, .first = 0x00, .second = 0x01, .want = 1, .boards = 2, .trace = "rd 1b2&01=0 rd c6&01=1"},
+    {.name = "2u_up", .id = 0x05, .r1b2 = 0x00, .rc6 = 0x00, .want = 0, .boards = 2, .trace = "rd 1b2&01=0 rd c6&01=0"},
+    {.name = "2u_first", .id = 0x05, .r1b2 = 0x01, .rc6 = 0x00, .want = 1, .boards = 2, .trace = "rd 1b2&01=1 rd c6&01=0"},
+    {.name = "2u_second", .id = 0x05, .r1b2 = 0x00, .rc6 = 0x01, .want = 1, .boards = 2, .trace = "rd 1b2&01=0 rd c6&01=1"},
+    {.name = "2u_other_bits", .id = 0x05, .r1b2 = 0xFE, .rc6 = 0xFE, .want = 0, .boards = 2, .trace = "rd 1b2&01=0 rd c6&01=0"},
+    {.name = "u2p_second", .id = 0x71, .r1b2 = 0x00, .rc6 = 0x01, .want = 1, .boards = 4, .trace = "srd 1b2=00 srd c6=01"},
+    {.name = "4u5830_second", .id = 0x11, .r1b2 = 0x00, .rc6 = 0x01, .want = 0, .boards = 4, .trace = "rd 1b2&01=0 rd c6&01=1"},
+    {.name = "4u5830_first", .id = 0x11, .r1b2 = 0x01, .rc6 = 0x00, .want = 1, .boards = 4, .trace = "rd 1b2&01=1 rd c6&01=0"},
+    {.name = "4u5820_second", .id = 0x0A, .r1b2 = 0x00, .rc6 = 0x01, .want = 0, .boards = 4, .trace = "rd 1b2&01=0 rd c6&01=1"},
+    {.name = "smm_second", .id = 0x81, .r1b2 = 0x00, .rc6 = 0x01, .want = 1, .boards = 2, .trace = "rd 1b2&01=0 rd c6&01=1"},
 };
 
 using AcDown = BoardCase<AcCase>;
@@ -649,9 +649,9 @@ using AcDown = BoardCase<AcCase>;
 TEST_P(AcDown, SourcesAndBoardCount)
 {
     const AcCase &c = GetParam();
-    known_board(c.board_id);
-    sim().set_reg(0x1B2, c.first);
-    sim().set_reg(0xC6, c.second);
+    known_board(c.id);
+    sim().set_reg(0x1B2, c.r1b2);
+    sim().set_reg(0xC6, c.rc6);
     EXPECT_EQ(BSP_IsAcDown(), c.want);
     EXPECT_EQ(bus(), c.trace);
     EXPECT_EQ(BSP_GetCtrlBoardNum(), c.boards);
@@ -659,7 +659,7 @@ TEST_P(AcDown, SourcesAndBoardCount)
     sim().set_reg(0x1B2, 0x01);
     sim().set_reg(0xC6, 0x01);
     sim().fail(Op::LocalBusRead, 1, -1, 0x1B2);
-    EXPECT_EQ(BSP_IsAcDown(), c.boards == 2 || c.board_id == 0x71 ? 1u : 0u);
+    EXPECT_EQ(BSP_IsAcDown(), c.boards == 2 || c.id == 0x71 ? 1u : 0u);
 }
 
 BSP_CASES(Presence, AcDown, kAc);

@@ -70,19 +70,23 @@ TEST_P(CpldVerReg, TripleOfTheBoardsRow)
 
 BSP_CASES(Versions, CpldVerReg, kVerRegs);
 
-TEST_F(VerTest, CpldVerRegRefusals)
+// Refusals, and a board without a row: nothing written, no version string (which answers 0).
+TEST_F(VerTest, CpldVerRegRefusalsAndAnUnknownBoard)
 {
     uint32_t m = 1, t = 1, mid = 1;
     EXPECT_EQ(BSP_GetCpldVerReg(0, &m, nullptr, &mid), kErr);
     sim().fail(Op::DevOpen, 1);
     EXPECT_EQ(BSP_GetCpldVerReg(0, &m, &t, &mid), kErr);
+    EXPECT_EQ(log_line(), "0:Input CPLD Version reg buffer is null | 0:Error: open sys_info dev fail | "
+                          "0:BSP: Get Bmc BoardId Failed for getting cpld ver reg, Ret=0xffffffff");
     known_board(0x81);
     EXPECT_EQ(BSP_GetCpldVerReg(1, &m, &t, &mid), kErr);
-    EXPECT_EQ(m + t + mid, 3u) << "no row: nothing written";
-    sim().set_board_id(0x05);
-    EXPECT_EQ(BSP_GetCpldVerReg(1, &m, &t, &mid), kErr) << "the board id stays cached";
+    EXPECT_EQ(m + t + mid, 3u);
+    char buf[16] = "keep";
+    EXPECT_EQ(BSP_GetCpldVerStr(buf, sizeof buf), 0u);
+    EXPECT_STREQ(buf, "keep");
     EXPECT_EQ(log_line(), "0:BSP: Get cpld ver regs fail. BoardId:0x81, CpldId:1 | "
-                          "0:BSP: Get cpld ver regs fail. BoardId:0x81, CpldId:1");
+                          "0:BSP: Get cpld num fail. BoardId:0x81 | 0:Get CPLD Version str fail");
 }
 
 // "00.MM.NNNTtt": the middle number, the name of the low nibble of the main register, the test
@@ -203,7 +207,7 @@ TEST_F(VerTest, FailedSelfTestAndTheVersionString)
                           "0:Input CPLD version str buffer is null | 0:Input CPLD version str buffer is null");
 }
 
-TEST_F(VerTest, VersionStringOfThreeCpldsAndOfAnUnknownBoard)
+TEST_F(VerTest, VersionStringOfThreeCplds)
 {
     known_board(0x00);
     sim().make_self_test(0x00A);
@@ -214,14 +218,6 @@ TEST_F(VerTest, VersionStringOfThreeCpldsAndOfAnUnknownBoard)
     EXPECT_EQ(log_line(), "");
 }
 
-TEST_F(VerTest, VersionStringOfAnUnknownBoard)
-{
-    known_board(0x81);
-    char buf[16] = "keep";
-    EXPECT_EQ(BSP_GetCpldVerStr(buf, sizeof buf), 0u);
-    EXPECT_STREQ(buf, "keep");
-    EXPECT_EQ(log_line(), "0:BSP: Get cpld num fail. BoardId:0x81 | 0:Get CPLD Version str fail");
-}
 
 // A fixed text in a cleared 64-byte buffer; failures are logged and still answer 0.
 TEST_F(VerTest, BmcVersion)
