@@ -200,11 +200,14 @@ TEST_F(VerTest, FailedSelfTestAndTheVersionString)
     char small[10] = "";
     EXPECT_EQ(BSP_GetCpldVerStr(small, sizeof small), 0u);  // each version refused, the separator too
     EXPECT_STREQ(small, "");
+    char thirteen[13] = "";  // room for one version, not for the separator, which empties it
+    EXPECT_EQ(BSP_GetCpldVerStr(thirteen, sizeof thirteen), 0u);
+    EXPECT_STREQ(thirteen, "00.02.110T03");
     EXPECT_EQ(BSP_GetCpldVerStr(nullptr, 16) + BSP_GetCpldVerStr(buf, 0), 0u);
     EXPECT_EQ(log_line(), "0:CPLD_1 self test fail, so get its ver fail | 0:Input CPLD Version buffer is null | "
                           "0:Error: init cpld  version buf failed, result = 34. | 0:CPLD_1 self test fail, so get its ver fail | "
                           "0:Error: copy cpld version failed, result = 34. | 0:Error: copy cpld version failed, result = 34. | "
-                          "0:Input CPLD version str buffer is null | 0:Input CPLD version str buffer is null");
+                          "0:Error: copy cpld version sep failed, result = 34. | 0:Input CPLD version str buffer is null | 0:Input CPLD version str buffer is null");
 }
 
 TEST_F(VerTest, VersionStringOfThreeCplds)
