@@ -1,164 +1,134 @@
-// Board identity: the board id and its cache, the board-type predicates and their caches, the
-// board table, the board sets, the board-type pins and the factory frame.
+// Board identity and presence: the board id and its cache, the board-type predicates, the board
+// table and sets, the board-type and factory-frame pins; then which boards of the enclosure are
+// in and online, the host's BIOS and OS state, first power-on, AC loss and the plant coordinates.
 #include <fcntl.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <tuple>
 #include <string>
 #include <vector>
 
-#include "bmc_bsp.h"
 #include "test_helpers.h"
 
 namespace {
 
 using bspsim::Op;
+using bspsim::Source;
 using bsptest::hex;
 using bsptest::kErr;
-using bsptest::kLogError;
-using bsptest::kLogTrace;
-using Lines = std::vector<std::string>;
+using bsptest::PrintTo;
 
 constexpr uint32_t kBoardInfo = 0x80047306;
+constexpr uint32_t kPowerOn1 = 0x80047301, kPowerOn2 = 0x80047316;
 
-using BoardTest = bsptest::SimTest;
-
-std::string format(const char *pattern, uint8_t id)
+std::string x(uint32_t v, int width = 0)
 {
-    char text[32];
-    std::snprintf(text, sizeof text, pattern, id);
+    char text[16];
+    std::snprintf(text, sizeof text, "%0*x", width, v);
     return text;
 }
-std::string id_name(uint8_t id) { return format("id_%02X", id); }
-std::string boardid_line(uint8_t id) { return format("get bmc boardid (0x%x)", id); }
-auto by_name = [](const auto &info) { return std::string(info.param.name); };
+
+class BoardTest : public bsptest::SimTest {
+protected:
+    // CPLD reads and delays, without the bus lookups before each read.
+    std::string bus() const { return tr({Op::LocalBusRead, Op::SpiRead, Op::Delay}); }
+};
+
+// BSP_GetBoardList into `size` entries asking for `max`: "status count:" and each entry as
+// "id/slot/type", or "-" where it kept its preset 11/22/33.
+std::string board_list(uint8_t size, uint8_t max)
+{
+    std::vector<BoardListEntry> list(size, BoardListEntry{0x11, 0x22, 0x33});
+    uint8_t n = 0x77;
+    uint32_t rc = BSP_GetBoardList(list.data(), max, &n);
+    std::string out = x(rc) + " " + std::to_string(n) + ":";
+    for (const BoardListEntry &e : list) {
+        bool untouched = e.boardId == 0x11 && e.slot == 0x22 && e.boardType == 0x33;
+        out += untouched ? " -" : " " + x(e.boardId) + "/" + x(e.slot) + "/" + x(e.boardType);
+    }
+    return out;
+}
+template <typename T>
+class BoardCase : public BoardTest, public ::testing::WithParamInterface<T> {};
+class SmmBoard : public BoardTest {
+    std::string profile() const override { return "smm"; }
+};
 
 // ------------------------------------------------------------------ the board id
 
-struct InfoWordCase {
+struct IdRow {
     const char *name;
-    uint32_t word, status;      // status of the first call
-    uint8_t first_id, cached_id;  // what the first call and every later one (status 0) hand out
+    uint32_t word;         // board-information word
+    Op fault = Op::None;   // fails once, with -5
+    uint32_t status = 0;   // of the first call
+    uint8_t first, later;  // the id handed out by the first call, and by the next one
+    const char *log;       // of the first call
 };
 
-class BoardIdWord : public bsptest::SimTestWithParam<InfoWordCase> {};
+const IdRow kIdRows[] = {
+    {.name = "even_parity", .word = 0xA50, .first = 0xA5, .later = 0xA5, .log = "2:get bmc boardid (0xa5)"},
+    {.name = "bits_outside_the_id_ignored", .word = 0xFFFFF05F, .first = 0x05, .later = 0x05,
+     .log = "2:get bmc boardid (0x5)"},
+    // Odd parity is refused, but cached before the check: later calls hand it out with status 0.
+    {.name = "odd_parity", .word = 0x800, .status = kErr, .first = 0xFF, .later = 0x80, .log = ""},
+    // The request's code is returned with the cleared word's id 0, which is kept.
+    {.name = "failed_request", .word = 0x050, .fault = Op::DevIoctl, .status = static_cast<uint32_t>(-5), .first = 0,
+     .later = 0, .log = "0:ioctrl sys_info dev fail(-5) | 2:get bmc boardid (0x0)"},
+    // Nothing cached: the next call asks the device, which now says 0x0A.
+    {.name = "open_failure", .word = 0x050, .fault = Op::DevOpen, .status = kErr, .first = 0x33, .later = 0x0A,
+     .log = "0:Error: open sys_info dev fail"},
+};
 
-TEST_P(BoardIdWord, FirstCallThenCache)
+using BoardId = BoardCase<IdRow>;
+
+TEST_P(BoardId, FirstCallThenCache)
 {
-    const InfoWordCase &c = GetParam();
+    const IdRow &c = GetParam();
     sim().set_sysinfo(kBoardInfo, c.word);
+    if (c.fault != Op::None) sim().fail(c.fault, 1, -5);
     uint8_t id = 0x33;
     EXPECT_EQ(hex(BSP_GetBmcBoardId(&id)), hex(c.status));
-    EXPECT_EQ(hex(id), hex(c.first_id));
-    auto all = sim().events();  // open read-write, ask for the board-information word, close
-    ASSERT_EQ(all.size(), 3u);
-    EXPECT_EQ(all[0].op, Op::DevOpen);
-    EXPECT_EQ(all[0].name, "/dev/sys_info");
-    EXPECT_EQ(all[0].b & O_ACCMODE, static_cast<uint32_t>(O_RDWR));
-    EXPECT_EQ(all[1].op, Op::DevIoctl);
-    EXPECT_EQ(all[1].b, kBoardInfo);
-    EXPECT_EQ(all[2].op, Op::DevClose);
-    auto logs = debug_logs();
-    if (c.status == 0) {
-        ASSERT_EQ(logs.size(), 1u);
-        EXPECT_EQ(logs[0].level, kLogTrace);
-        EXPECT_EQ(logs[0].text, boardid_line(c.first_id));
-        EXPECT_EQ(logs[0].file, "bmc_bsp_board.cpp");
-    } else {
-        EXPECT_TRUE(logs.empty()) << "a refused id is not logged";
-    }
-    sim().set_board_id(0x0A);  // the device changes its mind; the cache does not
-    sim().clear_events();
-    sim().clear_logs();
+    EXPECT_EQ(hex(id), hex(c.first));
+    std::string asked = "open sys_info ioctl 80047306=" + (c.fault == Op::DevIoctl ? "0!-5" : x(c.word)) + " close sys_info";
+    EXPECT_EQ(tr(), c.fault == Op::DevOpen ? "open sys_info!-1" : asked);
+    EXPECT_EQ(log_line(), c.log);
+    EXPECT_EQ(events(Op::DevOpen).at(0).b & O_ACCMODE, static_cast<uint32_t>(O_RDWR));
+    sim().set_board_id(0x0A);
+    forget();
     for (int i = 0; i < 2; ++i) {
-        id = 0x33;
         EXPECT_EQ(BSP_GetBmcBoardId(&id), 0u);
-        EXPECT_EQ(hex(id), hex(c.cached_id));
+        EXPECT_EQ(hex(id), hex(c.later));
     }
-    EXPECT_TRUE(sim().events().empty());
-    EXPECT_TRUE(debug_logs().empty());
+    bool asked_again = c.fault == Op::DevOpen;
+    EXPECT_EQ(tr(), asked_again ? "open sys_info ioctl 80047306=a0 close sys_info" : "");
+    EXPECT_EQ(log_line(), asked_again ? "2:get bmc boardid (0xa)" : "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Board, BoardIdWord,
-                         ::testing::Values(InfoWordCase{"even_parity_A5", 0x00000A50, 0, 0xA5, 0xA5},
-                                           InfoWordCase{"smm_81", 0x00000810, 0, 0x81, 0x81},
-                                           InfoWordCase{"bits_outside_the_id_ignored", 0xFFFFF05F, 0, 0x05, 0x05},
-                                           // Odd parity is refused, but cached before the check.
-                                           InfoWordCase{"odd_parity_80", 0x00000800, kErr, 0xFF, 0x80}),
-                         by_name);
+BSP_CASES(Board, BoardId, kIdRows);
 
-// A failed request: id 0 with the request's code, the device still closed; then id 0 for good,
-// and the board is taken for board 0x00.
-TEST_F(BoardTest, FailedRequestGivesIdZeroAndItsCode)
+// Null pointers are refused before the device is asked; a failed clear is only logged.
+TEST_F(BoardTest, NullPointersAndFailedClear)
 {
-    sim().set_board_id(0x05);
-    sim().fail(Op::DevIoctl, 1, -5, kBoardInfo);
-    uint8_t id = 0x33;
-    EXPECT_EQ(BSP_GetBmcBoardId(&id), static_cast<uint32_t>(-5));
-    EXPECT_EQ(id, 0);
-    EXPECT_EQ(count(Op::DevClose), 1u);
-    EXPECT_EQ(debug_texts(), (Lines{"0:ioctrl sys_info dev fail(-5)", "2:get bmc boardid (0x0)"}));
-    EXPECT_EQ(debug_logs()[0].file, "bmc_bsp_board.cpp");
-    sim().clear_events();
-    id = 0x33;
-    EXPECT_EQ(BSP_GetBmcBoardId(&id), 0u);
-    EXPECT_EQ(id, 0);
-    EXPECT_TRUE(sim().events().empty());
-    EXPECT_EQ(BSP_IsMiddleBoard(), 1u);
-    EXPECT_EQ(BSP_Is7460SCtrlBoard(), 0u);
-}
-
-// A predicate asked first sees the failed request as a failed read, and asks again.
-TEST_F(BoardTest, FailedRequestThenPredicate)
-{
-    sim().set_board_id(0x05);
-    sim().fail(Op::DevIoctl, 1, -1, kBoardInfo);
-    EXPECT_EQ(BSP_IsMiddleBoard(), 0u);
-    EXPECT_EQ(BSP_IsMiddleBoard(), 1u);
-}
-
-// The device cannot be opened: failure, nothing asked, nothing cached.
-TEST_F(BoardTest, OpenFailureIsNotCached)
-{
-    sim().set_board_id(0x71);
-    sim().fail(Op::DevOpen, 1, -1, static_cast<uint32_t>(bspsim::Device::SysInfo));
-    uint8_t id = 0x33;
-    EXPECT_EQ(BSP_GetBmcBoardId(&id), kErr);
-    EXPECT_EQ(id, 0x33);
-    EXPECT_EQ(count(Op::DevIoctl) + count(Op::DevClose), 0u);
-    EXPECT_EQ(debug_texts(), Lines{"0:Error: open sys_info dev fail"});
-    EXPECT_EQ(debug_logs()[0].file, "bmc_bsp_board.cpp");
-    EXPECT_EQ(BSP_GetBmcBoardId(&id), 0u);
-    EXPECT_EQ(id, 0x71);
-    EXPECT_EQ(count(Op::DevOpen), 2u);
-}
-
-TEST_F(BoardTest, NullPointerBeforeAnyDeviceAccess)
-{
+    sim().fail(Op::MemsetS, 1, 34);
     EXPECT_EQ(BSP_GetBmcBoardId(nullptr), kErr);
     EXPECT_EQ(BSP_GetBmcBoardType(nullptr), kErr);
-    EXPECT_TRUE(sim().events().empty());
-    EXPECT_TRUE(debug_logs().empty());
-    uint8_t id = 0;
-    ASSERT_EQ(BSP_GetBmcBoardId(&id), 0u);  // and once the id is cached
-    EXPECT_EQ(BSP_GetBmcBoardId(nullptr), kErr);
-}
-
-// Clearing the result word is logged when it fails, and the read goes on.
-TEST_F(BoardTest, FailedClearOfTheResultWordIsOnlyLogged)
-{
-    sim().set_board_id(0x24);
+    EXPECT_EQ(tr(), "memset_s!34");
+    EXPECT_EQ(log_line(), "0:Error: init sysinfo failed, result = 34.");
+    known_board(0x24);
     sim().fail(Op::MemsetS, 1, 34);
     uint8_t id = 0;
     EXPECT_EQ(BSP_GetBmcBoardId(&id), 0u);
     EXPECT_EQ(id, 0x24);
-    EXPECT_EQ(count_logs(kLogError, "Error: init sysinfo failed, result = 34."), 1u);
+    EXPECT_EQ(BSP_GetBmcBoardId(nullptr), kErr);
+    EXPECT_EQ(log_line(), "0:Error: init sysinfo failed, result = 34.");
 }
 
 // ------------------------------------------------------------------ everything the id decides
 
-// What each board id answers. Columns left out are 0; `types` are the board-table rows of the
-// id, slot 0 first.
+// What each board id answers (columns left out are 0); `types` are its board-table rows, slot 0
+// first.
 struct IdCase {
     uint8_t id;
     uint32_t smm = 0, u2c = 0, middle = 0, exp2u = 0, any2u = 0, s7460 = 0, s7460ctrl = 0, u4c5820 = 0, u4c5830 = 0,
@@ -194,45 +164,54 @@ const IdCase kIds[] = {
     {.id = 0x50},  // unknown ids with a valid parity
     {.id = 0xA5},
     {.id = 0x3C},
+    {.id = 0xFF},  // valid parity, yet never cached: the library asks the device again each time
 };
+
+void PrintTo(const IdCase &c, std::ostream *os) { *os << hex(c.id); }
+
+const IdCase &id_case(uint8_t id) { return *std::find_if(std::begin(kIds), std::end(kIds), [id](auto &c) { return c.id == id; }); }
 
 struct Predicate {
     const char *name;
     uint32_t (*fn)();
-    bool cached;
-    uint32_t IdCase::*column;  // null for the constant ones
-    uint32_t constant;
+    bool cached = false;
+    uint32_t IdCase::*column = nullptr;  // null: answers `constant` whatever the board
+    uint32_t constant = 0;
+    uint8_t example;  // an id the predicate is true for, if any
 };
 
 // No profile's OS board id is the micro one (see PalmMicro below).
 const Predicate kPredicates[] = {
-    {"BSP_IsSmmBoard", BSP_IsSmmBoard, true, &IdCase::smm, 0},
-    {"BSP_Is2U2CBoard", BSP_Is2U2CBoard, true, &IdCase::u2c, 0},
-    {"BSP_IsMiddleBoard", BSP_IsMiddleBoard, true, &IdCase::middle, 0},
-    {"BSP_Is2UExpBoard", BSP_Is2UExpBoard, true, &IdCase::exp2u, 0},
-    {"BSP_Is2UBoard", BSP_Is2UBoard, true, &IdCase::any2u, 0},
-    {"BSP_Is7460SBoard", BSP_Is7460SBoard, true, &IdCase::s7460, 0},
-    {"BSP_Is7460SCtrlBoard", BSP_Is7460SCtrlBoard, true, &IdCase::s7460ctrl, 0},
-    {"BSP_Is58204U4CBoard", BSP_Is58204U4CBoard, true, &IdCase::u4c5820, 0},
-    {"BSP_Is58304U4CBoard", BSP_Is58304U4CBoard, true, &IdCase::u4c5830, 0},
-    {"BSP_Is4U4CBoard", BSP_Is4U4CBoard, true, &IdCase::u4c, 0},
-    {"BSP_Is58304u2pBoard", BSP_Is58304u2pBoard, true, &IdCase::u2p, 0},
-    {"BSP_Is5830SasBoard", BSP_Is5830SasBoard, true, &IdCase::sas, 0},
-    {"BSP_Is5830PalmBoard", BSP_Is5830PalmBoard, true, &IdCase::palm, 0},
-    {"BSP_IsLiteBoard", BSP_IsLiteBoard, true, &IdCase::lite, 0},
-    {"BSP_isX86Board", BSP_isX86Board, false, &IdCase::x86, 0},
-    {"BSP_SingleCpuOrDoubleCpu", BSP_SingleCpuOrDoubleCpu, false, &IdCase::cpus, 0},
-    {"BSP_Is5830PalmMicroBoard", BSP_Is5830PalmMicroBoard, false, nullptr, 0},
-    {"BSP_Is5830Board", BSP_Is5830Board, false, nullptr, 1},
-    {"BSP_IsManuVersion", BSP_IsManuVersion, false, nullptr, 0},
-    {"BSP_IsEsBoard", BSP_IsEsBoard, false, nullptr, 0},
+    {.name = "smm", .fn = BSP_IsSmmBoard, .cached = true, .column = &IdCase::smm, .example = 0x0F},
+    {.name = "2u2c", .fn = BSP_Is2U2CBoard, .cached = true, .column = &IdCase::u2c, .example = 0x35},
+    {.name = "middle", .fn = BSP_IsMiddleBoard, .cached = true, .column = &IdCase::middle, .example = 0x2D},
+    {.name = "2uexp", .fn = BSP_Is2UExpBoard, .cached = true, .column = &IdCase::exp2u, .example = 0x09},
+    {.name = "2u", .fn = BSP_Is2UBoard, .cached = true, .column = &IdCase::any2u, .example = 0x27},
+    {.name = "7460s", .fn = BSP_Is7460SBoard, .cached = true, .column = &IdCase::s7460, .example = 0x06},
+    {.name = "7460s_ctrl", .fn = BSP_Is7460SCtrlBoard, .cached = true, .column = &IdCase::s7460ctrl, .example = 0x1D},
+    {.name = "5820_4u4c", .fn = BSP_Is58204U4CBoard, .cached = true, .column = &IdCase::u4c5820, .example = 0x0A},
+    {.name = "5830_4u4c", .fn = BSP_Is58304U4CBoard, .cached = true, .column = &IdCase::u4c5830, .example = 0x11},
+    // Asks the 5820 predicate first, which fails and answers 0, then the 5830 one: on id 0x0A
+    // the failure shows, on 0x71 it does not (see PredicateRetry).
+    {.name = "4u4c", .fn = BSP_Is4U4CBoard, .cached = true, .column = &IdCase::u4c, .example = 0x0A},
+    {.name = "u2p", .fn = BSP_Is58304u2pBoard, .cached = true, .column = &IdCase::u2p, .example = 0x71},
+    {.name = "sas", .fn = BSP_Is5830SasBoard, .cached = true, .column = &IdCase::sas, .example = 0x12},
+    {.name = "palm", .fn = BSP_Is5830PalmBoard, .cached = true, .column = &IdCase::palm, .example = 0x14},
+    {.name = "lite", .fn = BSP_IsLiteBoard, .cached = true, .column = &IdCase::lite, .example = 0x95},
+    {.name = "x86", .fn = BSP_isX86Board, .column = &IdCase::x86, .example = 0x33},
+    {.name = "cpus", .fn = BSP_SingleCpuOrDoubleCpu, .column = &IdCase::cpus, .example = 0x35},
+    {.name = "palm_micro", .fn = BSP_Is5830PalmMicroBoard, .example = 0x14},
+    {.name = "always_5830", .fn = BSP_Is5830Board, .constant = 1, .example = 0x05},
+    {.name = "manu_version", .fn = BSP_IsManuVersion, .example = 0x05},
+    {.name = "es_board", .fn = BSP_IsEsBoard, .example = 0x05},
 };
 
 uint32_t expected(const Predicate &p, const IdCase &c) { return p.column ? c.*p.column : p.constant; }
 
-class BoardIds : public bsptest::SimTestWithParam<IdCase> {};
+class BoardIds : public BoardCase<IdCase> {};
 
-// Every predicate twice (the device is read once in all), the board-table rows, the type.
+// Every predicate twice (the device read once in all, but for 0xFF), the board-table rows, the
+// board type.
 TEST_P(BoardIds, PredicatesBoardListAndType)
 {
     const IdCase &c = GetParam();
@@ -240,407 +219,479 @@ TEST_P(BoardIds, PredicatesBoardListAndType)
     for (int round = 0; round < 2; ++round) {
         for (const Predicate &p : kPredicates) EXPECT_EQ(p.fn(), expected(p, c)) << p.name << ", round " << round;
     }
-    EXPECT_EQ(count(Op::DevOpen), 1u);
+    EXPECT_EQ(count(Op::DevOpen) == 1, c.id != 0xFF);
     EXPECT_EQ(BSP_IsIdentifiedBoardType(c.id), c.identified);
-
-    std::array<BoardListEntry, 8> list;
-    list.fill(BoardListEntry{0x11, 0x22, 0x33});
-    uint8_t n = 0x77;
-    EXPECT_EQ(BSP_GetBoardList(list.data(), static_cast<uint8_t>(list.size()), &n), c.types.empty() ? kErr : 0u);
-    EXPECT_EQ(n, c.types.size());
-    EXPECT_EQ(count_logs(kLogTrace, "Query result is null(" + std::to_string(c.id) + ")."), c.types.empty() ? 1u : 0u);
-    for (size_t i = 0; i < list.size(); ++i) {
-        bool row = i < c.types.size();
-        EXPECT_EQ(list[i].boardId, row ? c.id : 0xFF) << i;
-        EXPECT_EQ(list[i].slot, row ? i : 0xFF) << i;
-        EXPECT_EQ(list[i].boardType, row ? c.types[i] : 0xFFu) << i;
-    }
-    // SMM boards have a fixed type and never ask for the slot; every other board needs its
-    // slot, which cannot be found yet.
-    sim().clear_logs();
+    forget();
+    // Board-type pins, set to input; a failing one does not stop the others and is not logged.
+    sim().fail(Op::GpioInit, 1);
+    BSP_InitBoardTypeGpio();
+    bool smm_pins = c.id == 0x81 || c.id == 0x82;
+    EXPECT_EQ(tr({Op::GpioInit}), smm_pins ? "gi 50=in!-1 gi 52=in gi 53=in" : "gi 26=in!-1 gi 27=in gi 28=in");
+    // Only an SMM reads the factory-frame pins; the others go by the frame type, not read yet.
+    for (uint32_t pin : {42, 43, 44}) sim().set_pin(pin, 0);
+    EXPECT_EQ(BSP_isEquipFrameBoard(), c.smm);
+    EXPECT_EQ(count(Op::GpioRead), c.smm ? 3u : 0u);
+    std::string want = (c.types.empty() ? "ffffffff " : "0 ") + std::to_string(c.types.size()) + ":";
+    for (size_t slot = 0; slot < 8; ++slot)
+        want += slot < c.types.size() ? " " + x(c.id) + "/" + x(slot) + "/" + x(c.types[slot]) : " ff/ff/ff";
+    EXPECT_EQ(board_list(8, 8), want);
+    // SMM boards have a fixed type and never ask for the slot; the others need the slot, which
+    // cannot be found yet.
     uint32_t type = 0x1234;
     EXPECT_EQ(BSP_GetBmcBoardType(&type), c.smm ? 0u : kErr);
     EXPECT_EQ(type, c.smm ? 0x20u : 0x1234u);
-    EXPECT_EQ(debug_texts(), c.smm ? Lines{} : Lines{"0:BSP_GetBoardSlot failed."});
+    if (c.id == 0xFF) return;  // its own re-reads log on
+    std::string no_rows = c.types.empty() ? "2:Query result is null(" + std::to_string(c.id) + ")." : "";
+    EXPECT_EQ(log_line(), no_rows + (c.smm || no_rows.empty() ? "" : " | ") + (c.smm ? "" : "0:BSP_GetBoardSlot failed."));
 }
 
-// First read id 0xFF (valid parity, yet "unknown", so the library asks the device again next
-// time), then the real id: cached predicates keep their first answer, the others follow.
+// First the id 0xFF, then the real one: cached predicates keep their first answer, the others
+// follow the device.
 TEST_P(BoardIds, CachedPredicatesKeepTheirFirstAnswer)
 {
     const IdCase &c = GetParam();
-    const IdCase unreadable = {.id = 0xFF};
     sim().set_board_id(0xFF);
-    for (const Predicate &p : kPredicates) ASSERT_EQ(p.fn(), expected(p, unreadable)) << p.name;
+    for (const Predicate &p : kPredicates) ASSERT_EQ(p.fn(), expected(p, id_case(0xFF))) << p.name;
     sim().set_board_id(c.id);
-    for (const Predicate &p : kPredicates) EXPECT_EQ(p.fn(), expected(p, p.cached ? unreadable : c)) << p.name;
-    uint8_t id = 0;
-    EXPECT_EQ(BSP_GetBmcBoardId(&id), 0u);
-    EXPECT_EQ(id, c.id);
+    for (const Predicate &p : kPredicates) EXPECT_EQ(p.fn(), expected(p, p.cached ? id_case(0xFF) : c)) << p.name;
 }
 
 INSTANTIATE_TEST_SUITE_P(Board, BoardIds, ::testing::ValuesIn(kIds),
-                         [](const auto &info) { return id_name(info.param.id); });
+                         [](const auto &info) { return "id_" + hex(info.param.id).substr(2); });
 
-// ------------------------------------------------------------------ retry after a failed read
+using PredicateRetry = BoardCase<Predicate>;
 
-struct RetryCase {
-    const char *name;
-    uint32_t (*fn)();
-    uint8_t id;
-    uint32_t first, later;  // answer while the device cannot be opened, and afterwards
-};
-
-class PredicateRetry : public bsptest::SimTestWithParam<RetryCase> {};
-
+// The id cannot be read: 0, and the next call asks again.
 TEST_P(PredicateRetry, AnswersZeroThenAsksAgain)
 {
-    const RetryCase &c = GetParam();
-    sim().set_board_id(c.id);
+    const Predicate &p = GetParam();
+    sim().set_board_id(p.example);
     sim().fail(Op::DevOpen, 1);
-    EXPECT_EQ(c.fn(), c.first);
-    EXPECT_EQ(c.fn(), c.later);
-    EXPECT_EQ(c.fn(), c.later);
+    EXPECT_EQ(p.fn(), p.column ? 0 : p.constant);
+    EXPECT_EQ(p.fn(), expected(p, id_case(p.example)));
+    EXPECT_EQ(p.fn(), expected(p, id_case(p.example)));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Board, PredicateRetry,
-    ::testing::Values(RetryCase{"smm", BSP_IsSmmBoard, 0x0F, 0, 1}, RetryCase{"2u2c", BSP_Is2U2CBoard, 0x35, 0, 1},
-                      RetryCase{"middle", BSP_IsMiddleBoard, 0x2D, 0, 1},
-                      RetryCase{"2uexp", BSP_Is2UExpBoard, 0x09, 0, 1}, RetryCase{"2u", BSP_Is2UBoard, 0x27, 0, 1},
-                      RetryCase{"7460s", BSP_Is7460SBoard, 0x06, 0, 1},
-                      RetryCase{"7460s_ctrl", BSP_Is7460SCtrlBoard, 0x1D, 0, 1},
-                      RetryCase{"5820_4u4c", BSP_Is58204U4CBoard, 0x0A, 0, 1},
-                      RetryCase{"5830_4u4c", BSP_Is58304U4CBoard, 0x11, 0, 1},
-                      RetryCase{"u2p", BSP_Is58304u2pBoard, 0x71, 0, 1},
-                      RetryCase{"sas", BSP_Is5830SasBoard, 0x12, 0, 1},
-                      RetryCase{"palm", BSP_Is5830PalmBoard, 0x14, 0, 1},
-                      RetryCase{"lite", BSP_IsLiteBoard, 0x95, 0, 1}, RetryCase{"x86", BSP_isX86Board, 0x33, 0, 1},
-                      RetryCase{"cpus", BSP_SingleCpuOrDoubleCpu, 0x35, 0, 2},
-                      RetryCase{"always_5830", BSP_Is5830Board, 0x05, 1, 1},
-                      // 4U4C asks the 5820 predicate first, which fails; the 5830 one then reads
-                      // the id and settles, so only a 5830 board is recognised at once.
-                      RetryCase{"4u4c_5820", BSP_Is4U4CBoard, 0x0A, 0, 1},
-                      RetryCase{"4u4c_5830", BSP_Is4U4CBoard, 0x71, 1, 1}),
-    by_name);
-
-// The palm-micro answer is settled on the first call, even when that call could not read the
-// id: no second attempt, no device access.
-TEST_F(BoardTest, PalmMicroIsAskedOnlyOnce)
-{
-    sim().set_board_id(0x14);
-    sim().fail(Op::DevOpen, 1);
-    EXPECT_EQ(BSP_Is5830PalmMicroBoard(), 0u);
-    EXPECT_EQ(BSP_Is5830PalmMicroBoard(), 0u);
-    EXPECT_EQ(count(Op::DevOpen), 1u);
-    EXPECT_EQ(BSP_Is5830PalmBoard(), 1u);
-}
+BSP_CASES(Board, PredicateRetry, kPredicates);
 
 // A palm board is a micro one when its OS board id (CPLD 0x60..0x62, low byte first) is
-// 0x122700, decided on the first call.
+// 0x122700, decided on the first call, even when that call cannot read the id.
 struct PalmMicroCase {
     const char *name;
     uint8_t id;
     uint32_t os_board_id, expected;
+    bool id_unreadable = false;
 };
 
-class PalmMicro : public bsptest::SimTestWithParam<PalmMicroCase> {
-protected:
-    void set_os_board_id(uint32_t v)
-    {
-        for (uint32_t i = 0; i < 3; ++i) sim().set_reg(0x60 + i, static_cast<uint8_t>(v >> (8 * i)));
-    }
-    size_t cpld_reads() const { return count(Op::LocalBusRead) + count(Op::SpiRead); }
+const PalmMicroCase kPalmMicro[] = {
+    {.name = "palm_micro", .id = 0x14, .os_board_id = 0x122700, .expected = 1},
+    {.name = "palm_high_byte_differs", .id = 0x14, .os_board_id = 0x002700, .expected = 0},
+    {.name = "palm_low_byte_differs", .id = 0x14, .os_board_id = 0x122701, .expected = 0},
+    {.name = "sas_with_micro_os_id", .id = 0x12, .os_board_id = 0x122700, .expected = 0},
+    {.name = "palm_id_unreadable", .id = 0x14, .os_board_id = 0x122700, .expected = 0, .id_unreadable = true},
 };
+
+using PalmMicro = BoardCase<PalmMicroCase>;
 
 TEST_P(PalmMicro, DecidedOnce)
 {
     const PalmMicroCase &c = GetParam();
+    auto set_os_board_id = [this](uint32_t v) {
+        for (uint32_t i = 0; i < 3; ++i) sim().set_reg(0x60 + i, static_cast<uint8_t>(v >> (8 * i)));
+    };
     sim().set_board_id(c.id);
     set_os_board_id(c.os_board_id);
+    if (c.id_unreadable) sim().fail(Op::DevOpen, 1);
     EXPECT_EQ(BSP_Is5830PalmMicroBoard(), c.expected);
-    EXPECT_EQ(cpld_reads() > 0, c.id == 0x14) << "only a palm board asks for its OS board id";
+    EXPECT_EQ(bus().empty(), c.id != 0x14 || c.id_unreadable) << "only a palm board asks";
     set_os_board_id(c.expected ? 0 : 0x122700);
-    sim().clear_events();
+    forget();
     EXPECT_EQ(BSP_Is5830PalmMicroBoard(), c.expected);
-    EXPECT_EQ(cpld_reads(), 0u);
+    EXPECT_EQ(tr(), "");
+    EXPECT_EQ(BSP_Is5830PalmBoard(), c.id == 0x14 ? 1u : 0u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Board, PalmMicro,
-                         ::testing::Values(PalmMicroCase{"palm_micro", 0x14, 0x122700, 1},
-                                           PalmMicroCase{"palm_other_os_id", 0x14, 0x120500, 0},
-                                           PalmMicroCase{"palm_high_byte_differs", 0x14, 0x002700, 0},
-                                           PalmMicroCase{"palm_low_byte_differs", 0x14, 0x122701, 0},
-                                           PalmMicroCase{"sas_with_micro_os_id", 0x12, 0x122700, 0}),
-                         by_name);
+BSP_CASES(Board, PalmMicro, kPalmMicro);
 
-// ------------------------------------------------------------------ board type and list
+// ------------------------------------------------------------------ board type, list and sets
 
-TEST_F(BoardTest, BoardTypeWithoutBoardId)
+// Without the id: the common board-type pins and no board type. A predicate sees a failed request
+// as a failed read and asks again, and then the cached id 0 counts.
+TEST_F(BoardTest, BoardTypeWithoutTheId)
 {
-    sim().fail(Op::DevOpen, 1);
+    sim().set_board_id(0x81);
+    sim().fail(Op::DevOpen, 2);
+    BSP_InitBoardTypeGpio();
+    EXPECT_EQ(tr({Op::GpioInit}), "gi 26=in gi 27=in gi 28=in");
     uint32_t type = 0x1234;
     EXPECT_EQ(BSP_GetBmcBoardType(&type), kErr);
     EXPECT_EQ(type, 0x1234u);
-    EXPECT_EQ(debug_texts(), (Lines{"0:Error: open sys_info dev fail", "0:BSP: get the boardid fail"}));
-}
-
-// A request failure is a failed read for the board type too, though the id (0) is cached.
-TEST_F(BoardTest, BoardTypeAfterFailedRequest)
-{
-    sim().set_board_id(0x81);
     sim().fail(Op::DevIoctl, 1, -1, kBoardInfo);
-    uint32_t type = 0;
+    EXPECT_EQ(BSP_IsMiddleBoard(), 0u);
+    EXPECT_EQ(BSP_IsMiddleBoard(), 1u);
     EXPECT_EQ(BSP_GetBmcBoardType(&type), kErr);
-    EXPECT_EQ(count_logs(kLogError, "BSP: get the boardid fail"), 1u);
-    EXPECT_EQ(BSP_GetBmcBoardType(&type), kErr);
-    EXPECT_EQ(count_logs(kLogError, "BSP_GetBoardSlot failed."), 1u);
+    EXPECT_EQ(log_line(), "0:Error: open sys_info dev fail | 0:Error: open sys_info dev fail | "
+                          "0:BSP: get the boardid fail | 0:ioctrl sys_info dev fail(-1) | 2:get bmc boardid (0x0) | "
+                          "0:BSP_GetBoardSlot failed.");
 }
 
-TEST_F(BoardTest, BoardListHonoursMaxCount)
+TEST_F(BoardTest, BoardListRefusalsAndLimit)
 {
-    sim().set_board_id(0x0A);
-    std::array<BoardListEntry, 4> list;
-    list.fill(BoardListEntry{0x11, 0x22, 0x33});
-    uint8_t n = 0x77;
-    ASSERT_EQ(BSP_GetBoardList(list.data(), 2, &n), 0u);
-    EXPECT_EQ(n, 2);
-    for (uint8_t i = 0; i < list.size(); ++i) {  // past maxCount nothing is written
-        EXPECT_EQ(list[i].boardId, i < 2 ? 0x0A : 0x11) << int{i};
-        EXPECT_EQ(list[i].slot, i < 2 ? i : 0x22) << int{i};
-        EXPECT_EQ(list[i].boardType, i < 2 ? i : 0x33u) << int{i};
-    }
-}
-
-TEST_F(BoardTest, BoardListRefusals)
-{
-    BoardListEntry list[2] = {{0x11, 0x22, 0x33}, {0x11, 0x22, 0x33}};
     uint8_t n = 0x77;
     EXPECT_EQ(BSP_GetBoardList(nullptr, 2, &n), kErr);
     EXPECT_EQ(n, 0x77);
-    EXPECT_EQ(BSP_GetBoardList(list, 2, nullptr), kErr);
-    EXPECT_EQ(BSP_GetBoardList(list, 0, &n), kErr);
-    EXPECT_EQ(n, 0);
-    EXPECT_EQ(list[0].boardId, 0x11);
-    EXPECT_TRUE(sim().events().empty()) << "refused before the id is read";
-    EXPECT_EQ(debug_texts(),
-              (Lines{"2:Input parameter is null.", "2:Input parameter is null.", "2:Illegal input parameter(0)."}));
-    // The id cannot be read: the entries are preset all the same.
-    sim().clear_logs();
+    EXPECT_EQ(BSP_GetBoardList(reinterpret_cast<BoardListEntry *>(&n), 2, nullptr), kErr);
+    EXPECT_EQ(board_list(2, 0), "ffffffff 0: - -");
+    EXPECT_EQ(tr(), "") << "refused before the id is read";
+    sim().set_board_id(0x0A);
     sim().fail(Op::DevOpen, 1);
-    n = 0x77;
-    EXPECT_EQ(BSP_GetBoardList(list, 2, &n), kErr);
-    EXPECT_EQ(n, 0);
-    EXPECT_EQ(list[1].boardId, 0xFF);
-    EXPECT_EQ(list[1].slot, 0xFF);
-    EXPECT_EQ(list[1].boardType, 0xFFu);
-    EXPECT_EQ(debug_texts(), (Lines{"0:Error: open sys_info dev fail", "2:Get board id error."}));
+    EXPECT_EQ(board_list(2, 1), "ffffffff 0: ff/ff/ff -") << "preset even when the id cannot be read";
+    EXPECT_EQ(board_list(4, 2), "0 2: a/0/0 a/1/1 - -") << "nothing past maxCount";
+    EXPECT_EQ(log_line(), "2:Input parameter is null. | 2:Input parameter is null. | 2:Illegal input parameter(0). | "
+                          "0:Error: open sys_info dev fail | 2:Get board id error. | 2:get bmc boardid (0xa)");
 }
 
-// ------------------------------------------------------------------ board sets
-
-// Each set keeps its first answer; the type set is padded with 0xFF and the padding counts.
-TEST_F(BoardTest, TwoControllerSetsKeepTheirFirstAnswer)
+// Each set keeps its first answer, whatever is asked later; the type set is padded with 0xFF
+// and the padding counts. The identified-id check asks the 2U set only for ids outside its own
+// list, so the set's first answer leaks into later questions, either way.
+std::string answers(uint32_t (*ask)(uint8_t), std::initializer_list<uint8_t> values)
 {
-    EXPECT_EQ(BSP_is2u2cCtrlBoard(0x03), 1u);
-    EXPECT_EQ(BSP_is2u2cCtrlBoard(0x0A), 1u);
-    EXPECT_EQ(BSP_is2u2cCtrlBoardType(0x40), 0u);
-    EXPECT_EQ(BSP_is2u2cCtrlBoardType(0x30), 0u);
-    EXPECT_TRUE(sim().events().empty());
+    std::string out = " ";
+    for (uint8_t v : values) out += std::to_string(ask(v));
+    return out;
 }
 
-TEST_F(BoardTest, TypeSetPaddingIsAMember)
+TEST_F(BoardTest, BoardSetsKeepTheirFirstYes)
 {
-    EXPECT_EQ(BSP_is2u2cCtrlBoardType(0xFF), 1u);
-    EXPECT_EQ(BSP_is2u2cCtrlBoard(0xFF), 0u);
+    std::string got = answers(BSP_IsIdentifiedBoardType, {0x0A, 0x05, 0x50, 0x81});  // the set asked from 0x05 on
+    got += answers(BSP_is2u2cCtrlBoard, {0xFF}) + answers(BSP_is2u2cCtrlBoardType, {0xFF, 0x40});
+    EXPECT_EQ(got, " 1111 1 11");
+    EXPECT_EQ(tr(), "");
 }
 
-// The identified-id check consults the 2U set only for ids outside its own list, so the set's
-// first answer leaks into later questions, either way.
-TEST_F(BoardTest, IdentifiedBoardTypeSharesTheSetsAnswer)
+TEST_F(BoardTest, BoardSetsKeepTheirFirstNo)
 {
-    EXPECT_EQ(BSP_IsIdentifiedBoardType(0x0A), 1u);  // own list: the set is not asked
-    EXPECT_EQ(BSP_IsIdentifiedBoardType(0x05), 1u);  // the set answers 1 and keeps it
-    EXPECT_EQ(BSP_IsIdentifiedBoardType(0x50), 1u);
-    EXPECT_EQ(BSP_is2u2cCtrlBoard(0x50), 1u);
-    EXPECT_TRUE(sim().events().empty());
+    std::string got = answers(BSP_IsIdentifiedBoardType, {0x50, 0x03, 0x81});
+    got += answers(BSP_is2u2cCtrlBoard, {0x03}) + answers(BSP_is2u2cCtrlBoardType, {0x40, 0x30});
+    EXPECT_EQ(got, " 001 0 00");
 }
 
-TEST_F(BoardTest, IdentifiedBoardTypeAfterANegativeSetAnswer)
+// A caller's own set: its answer word before the first question is taken as the answer.
+TEST(BoardSet, CallersSetKeepsItsFirstAnswer)
 {
-    EXPECT_EQ(BSP_IsIdentifiedBoardType(0x50), 0u);
-    EXPECT_EQ(BSP_IsIdentifiedBoardType(0x03), 0u);
-    EXPECT_EQ(BSP_IsIdentifiedBoardType(0x81), 1u);
-}
-
-struct SetCase {
-    const char *name;
-    int32_t answer;  // the set's answer word before the first question
-    uint8_t first;   // asked first
-    uint32_t expected;
-};
-
-class CallerBoardSet : public ::testing::TestWithParam<SetCase> {};
-
-TEST_P(CallerBoardSet, FirstAnswerStays)
-{
-    const SetCase &c = GetParam();
-    BoardSet set = {c.answer, {0x10, 0x11, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17, 0x18, 0x19, 0x1A, 0x1B, 0x1C}};
-    EXPECT_EQ(BSP_isInBoardSet(&set, c.first), c.expected);
-    EXPECT_EQ(set.answer, static_cast<int32_t>(c.expected));
-    EXPECT_EQ(BSP_isInBoardSet(&set, c.expected ? 0x1D : 0x10), c.expected);  // the other answer's value
+    std::string got;
+    for (auto [answer, first] : {std::pair{BSP_BOARD_SET_UNASKED, 0x10}, {BSP_BOARD_SET_UNASKED, 0x1C},
+                                 {BSP_BOARD_SET_UNASKED, 0x1D}, {BSP_BOARD_SET_UNASKED, 0x00}, {0, 0x10}, {1, 0x1D}, {7, 0x10}}) {
+        BoardSet set = {answer, {0x10, 0x11, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17, 0x18, 0x19, 0x1A, 0x1B, 0x1C}};
+        got += std::to_string(BSP_isInBoardSet(&set, static_cast<uint8_t>(first)));
+        got += std::to_string(set.answer) + std::to_string(BSP_isInBoardSet(&set, first == 0x1D ? 0x10 : 0x1D)) + " ";
+    }
+    EXPECT_EQ(got, "111 111 000 000 000 111 777 ");
     EXPECT_EQ(BSP_isInBoardSet(nullptr, 0x10), 0u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Board, CallerBoardSet,
-                         ::testing::Values(SetCase{"first_value", BSP_BOARD_SET_UNASKED, 0x10, 1},
-                                           SetCase{"thirteenth_value", BSP_BOARD_SET_UNASKED, 0x1C, 1},
-                                           SetCase{"absent", BSP_BOARD_SET_UNASKED, 0x1D, 0},
-                                           SetCase{"zero_not_present", BSP_BOARD_SET_UNASKED, 0x00, 0},
-                                           SetCase{"answered_no", 0, 0x10, 0}, SetCase{"answered_yes", 1, 0x1D, 1},
-                                           SetCase{"odd_answer_word", 7, 0x10, 7}),
-                         by_name);
+// ------------------------------------------------------------------ board-type and frame pins
 
-// ------------------------------------------------------------------ board-type pins
+// The SMM is in a factory test frame only when pins 42 to 44 all read 0. The answer is kept once
+// the pins could be read.
+class SmmFramePins : public SmmBoard, public ::testing::WithParamInterface<unsigned> {};
 
-struct PinCase {
-    const char *name;
-    uint8_t id;
-    bool readable;
-    uint32_t first_pin;  // of 26..28 or 50, 52, 53
-};
-
-class BoardTypeGpio : public bsptest::SimTestWithParam<PinCase> {};
-
-// Three pins initialised as inputs; a failing pin does not stop the others and is not logged.
-// A board whose id cannot be read gets the common pins.
-TEST_P(BoardTypeGpio, InitialisesThreePinsAsInputs)
-{
-    const PinCase &c = GetParam();
-    const std::array<uint32_t, 3> pins =
-        c.first_pin == 50 ? std::array<uint32_t, 3>{50, 52, 53} : std::array<uint32_t, 3>{26, 27, 28};
-    sim().set_board_id(c.id);
-    if (!c.readable) sim().fail(Op::DevOpen, 1);
-    sim().fail(Op::GpioInit, 1);
-    BSP_InitBoardTypeGpio();
-    auto inits = events(Op::GpioInit);
-    ASSERT_EQ(inits.size(), 3u);
-    for (size_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(inits[i].a, pins[i]);
-        EXPECT_EQ(inits[i].b, 0u) << "input";
-    }
-    EXPECT_FALSE(sim().pin_initialised(pins[0]));  // the injected failure
-    EXPECT_TRUE(sim().pin_initialised(pins[2]));
-    EXPECT_EQ(count(Op::GpioRead) + count(Op::GpioWrite), 0u);
-    Lines errors;
-    for (auto &l : debug_logs()) {
-        if (l.level == kLogError) errors.push_back(l.text);
-    }
-    EXPECT_EQ(errors, c.readable ? Lines{} : Lines{"Error: open sys_info dev fail"});
-}
-
-INSTANTIATE_TEST_SUITE_P(Board, BoardTypeGpio,
-                         ::testing::Values(PinCase{"id_81", 0x81, true, 50}, PinCase{"id_82", 0x82, true, 50},
-                                           PinCase{"id_0C", 0x0C, true, 26}, PinCase{"id_0F", 0x0F, true, 26},
-                                           PinCase{"id_05", 0x05, true, 26}, PinCase{"id_71", 0x71, true, 26},
-                                           PinCase{"id_50", 0x50, true, 26},
-                                           PinCase{"id_81_unreadable", 0x81, false, 26}),
-                         by_name);
-
-// ------------------------------------------------------------------ factory test frame
-
-class SmmFrame : public bsptest::SimTest {
-protected:
-    std::string profile() const override { return "smm"; }
-    void set_frame_pins(unsigned levels)
-    {
-        for (unsigned i = 0; i < 3; ++i) sim().set_pin(42 + i, (levels >> i) & 1u);
-    }
-};
-
-class SmmFramePins : public SmmFrame, public ::testing::WithParamInterface<unsigned> {};
-
-// The module is in a factory frame only when all three pins read 0.
 TEST_P(SmmFramePins, AllLowMeansFactoryFrame)
 {
-    set_frame_pins(GetParam());
-    EXPECT_EQ(BSP_isEquipFrameBoard(), GetParam() == 0 ? 1u : 0u);
-    auto inits = events(Op::GpioInit);
-    auto reads = events(Op::GpioRead);
-    ASSERT_EQ(inits.size(), 3u);
-    ASSERT_EQ(reads.size(), 3u);
-    for (uint32_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(inits[i].a, 42 + i);
-        EXPECT_EQ(inits[i].b, 0u);
-        EXPECT_EQ(reads[i].a, 42 + i);
+    known_board();
+    std::string reads;
+    for (unsigned i = 0; i < 3; ++i) {
+        sim().set_pin(42 + i, (GetParam() >> i) & 1u);
+        reads += " gr " + std::to_string(42 + i) + "=" + std::to_string((GetParam() >> i) & 1u);
     }
+    EXPECT_EQ(BSP_isEquipFrameBoard(), GetParam() == 0 ? 1u : 0u);
+    EXPECT_EQ(tr(), "gi 42=in gi 43=in gi 44=in" + reads);
+    for (unsigned i = 0; i < 3; ++i) sim().set_pin(42 + i, GetParam() == 0);
+    forget();
+    EXPECT_EQ(BSP_isEquipFrameBoard(), GetParam() == 0 ? 1u : 0u);
+    EXPECT_EQ(tr(), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Board, SmmFramePins, ::testing::Range(0u, 8u),
                          [](const auto &info) { return "pins_" + std::to_string(info.param); });
 
-TEST_F(SmmFrame, AnswerIsCachedAfterSuccess)
-{
-    EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);  // the profile's pins read 1
-    set_frame_pins(0);
-    sim().clear_events();
-    EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);
-    EXPECT_EQ(count(Op::GpioInit) + count(Op::GpioRead), 0u);
-}
-
-// One failed init or read spoils every attempt: the error word is never cleared. Nothing is
-// cached, so the next call starts over.
-struct FrameFault {
-    const char *name;
-    Op op;
-    uint32_t pin;
-    size_t inits, reads;
-    const char *log;
-};
-
-class SmmFrameFault : public SmmFrame, public ::testing::WithParamInterface<FrameFault> {};
-
-TEST_P(SmmFrameFault, FailsAllAttemptsThenStartsOver)
-{
-    const FrameFault &c = GetParam();
-    set_frame_pins(0);
-    sim().fail(c.op, 1, -1, c.pin);
-    EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);
-    EXPECT_EQ(count(Op::GpioInit), c.inits);
-    EXPECT_EQ(count(Op::GpioRead), c.reads);
-    Lines errors;
-    for (auto &l : debug_logs()) {
-        if (l.level == kLogError) errors.push_back(l.file + ":" + l.text);
-    }
-    EXPECT_EQ(errors, Lines{std::string("bmc_bsp_board.cpp:") + c.log});
-    EXPECT_EQ(BSP_isEquipFrameBoard(), 1u);
-}
-
-INSTANTIATE_TEST_SUITE_P(Board, SmmFrameFault,
-                         ::testing::Values(FrameFault{"init", Op::GpioInit, 43, 9, 0,
-                                                      "Gpio(v6:128~130,c+:42~44) init failed"},
-                                           FrameFault{"read", Op::GpioRead, 44, 3, 9,
-                                                      "Gpio(v6:128~130,c+:42~44) read failed"}),
-                         by_name);
-
-// Other boards go by the frame type, which cannot be read yet: never a factory frame, even
-// with the SMM's frame pins low, and no pin is touched.
-TEST_F(BoardTest, NonSmmBoardsGoByFrameType)
+// An SMM whose id cannot be read is taken for another board (see BoardIds), and asked again
+// later. One failed init or read spoils every later attempt: the error word is never cleared.
+// Nothing is kept, so the next call starts over.
+TEST_F(SmmBoard, EquipFrameFaultsFailAllAttempts)
 {
     for (uint32_t pin : {42, 43, 44}) sim().set_pin(pin, 0);
-    EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);
-    EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);
-    EXPECT_EQ(count(Op::GpioInit) + count(Op::GpioRead), 0u);
-}
-
-// A board whose id cannot be read is taken for a non-SMM board, and asked again next time.
-TEST_F(SmmFrame, UnreadableIdIsNotAnSmm)
-{
-    set_frame_pins(0);
     sim().fail(Op::DevOpen, 1);
     EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);
-    EXPECT_EQ(count(Op::GpioInit), 0u);
+    EXPECT_EQ(tr(), "open sys_info!-1");
+    forget();
+    sim().fail(Op::GpioInit, 1, -1, 43);
+    EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);
+    EXPECT_EQ(count(Op::GpioInit) << 8 | count(Op::GpioRead), 9u << 8 | 0);
+    EXPECT_EQ(log_line(), "2:get bmc boardid (0x81) | 0:Gpio(v6:128~130,c+:42~44) init failed");
+    forget();
+    sim().fail(Op::GpioRead, 1, -1, 44);
+    EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);
+    EXPECT_EQ(count(Op::GpioInit) << 8 | count(Op::GpioRead), 3u << 8 | 9);
+    EXPECT_EQ(log_line(), "0:Gpio(v6:128~130,c+:42~44) read failed");
     EXPECT_EQ(BSP_isEquipFrameBoard(), 1u);
+}
+
+// ================================================================== presence and status
+
+// Register 0xED: bit 0 the BIOS state, the low three bits the start state. Bits 1 and 5 of 0xF9
+// and 0xFA: the OS of each controller board booted. 0x60..0x62: the OS board id, low byte first,
+// an unreadable byte counting as 0.
+TEST_F(BoardTest, BootStatesAndOsBoardId)
+{
+    known_board();
+    std::string got;
+    uint8_t state = 0xAA;
+    for (uint8_t reg : {0x00, 0x01, 0x06, 0x07, 0xF8, 0xFD}) {
+        sim().set_reg(0xED, reg);
+        uint32_t rc = BSP_GetBiosState(&state);
+        got += x(rc) + x(state) + x(BSP_GetStartState()) + " ";
+    }
+    for (auto [f9, fa] : {std::pair{0x02, 0x00}, {0x20, 0x00}, {0x00, 0x02}, {0x00, 0x20}, {0xDD, 0xFF}, {0xFF, 0xDD}}) {
+        sim().set_reg(0xF9, static_cast<uint8_t>(f9));
+        sim().set_reg(0xFA, static_cast<uint8_t>(fa));
+        for (uint8_t board = 0; board < 4; ++board) {
+            EXPECT_EQ(BSP_CtrlBoardGetOSBootStatus(board, &state), 0u);
+            got += x(state);
+        }
+        got += " ";
+    }
+    EXPECT_EQ(got, "000 011 006 017 000 015 1000 0100 0010 0001 0011 1100 ");
+    for (auto [reg, value] : {std::pair{0x60, 0x01}, {0x61, 0x27}, {0x62, 0x12}}) sim().set_reg(reg, value);
+    for (auto [failing, id] : {std::pair{0u, 0x122701u}, {0x60u, 0x122700u}, {0x61u, 0x120001u}, {0x62u, 0x002701u}}) {
+        if (failing) sim().fail(Op::LocalBusRead, 1, -1, failing);
+        EXPECT_EQ(hex(BSP_GetOsBoardId()), hex(id));
+    }
+    forget();
+    // The status queries report a failed read, and refuse bad arguments; the start state answers 0.
+    // The SMM online state needs the board type, which cannot be had yet: the slot is not known.
+    sim().set_reg(0xFA, 0xFF);
+    sim().fail(Op::LocalBusRead, 2, -1, 0xED);
+    sim().fail(Op::LocalBusRead, 1, -1, 0xFA);
+    state = 0xAA;
+    EXPECT_EQ(BSP_GetBiosState(&state) & BSP_CtrlBoardGetOSBootStatus(3, &state), kErr);
+    EXPECT_EQ(BSP_GetStartState(), 0u);
+    EXPECT_EQ(BSP_GetBiosState(nullptr) & BSP_CtrlBoardGetOSBootStatus(4, &state) &
+                  BSP_CtrlBoardGetOSBootStatus(0, nullptr) & BSP_GetSmmOnlineStates(0, nullptr) &
+                  BSP_GetSmmOnlineStates(0, &state), kErr);
+    EXPECT_EQ(state, 0xAA);
+    EXPECT_EQ(bus(), "rd ed&01=0!-1 rd fa&20=0!-1 rd ed=00!-1");
+    EXPECT_EQ(log_line(), "0:read cpld error. | 0:read cpld error. | 0:Read osboot from reg(0xfa=0x0) fail | "
+                          "0:read cpld byte error. | 0:BSP_GetBoardSlot failed.");
+}
+
+// Refused on an SMM board (elsewhere the board type cannot be had yet: the slot is not known).
+TEST_F(SmmBoard, SmmOnlineRefused)
+{
+    uint8_t online = 0xAA;
+    EXPECT_EQ(BSP_GetSmmOnlineStates(0, &online), kErr);
+    EXPECT_EQ(online, 0xAA);
+    EXPECT_EQ(bus(), "");
+}
+
+// Both counters (every board of this build is a 5830 board) must be 0; their sum wraps like the
+// 32-bit word it is. The first failure ends the query; an opened device is closed.
+struct PowerOnCase {
+    const char *name;
+    uint32_t first, second, want;
+    Op fault = Op::None;
+    uint32_t key = bspsim::kAnyKey;
+    const char *trace = nullptr, *log = "";  // trace null: both counters read
+};
+
+const PowerOnCase kPowerOn[] = {
+    {.name = "both_zero", .first = 0, .second = 0, .want = 1},
+    {.name = "first_counted", .first = 1, .second = 0, .want = 0},
+    {.name = "second_counted", .first = 0, .second = 1, .want = 0},
+    {.name = "sum_wraps_to_zero", .first = 1, .second = 0xFFFFFFFF, .want = 1},
+    {.name = "open_fails", .first = 0, .second = 0, .want = 0, .fault = Op::DevOpen, .trace = "open sys_info!-1",
+     .log = "0:BOARD open sysinfo fail(-1)"},
+    {.name = "first_fails", .first = 0, .second = 0, .want = 0, .fault = Op::DevIoctl, .key = kPowerOn1,
+     .trace = "open sys_info ioctl 80047301=0!-5 close sys_info", .log = "0:BOARD read sysinfo fail(-5)"},
+    {.name = "second_fails", .first = 0, .second = 0, .want = 0, .fault = Op::DevIoctl, .key = kPowerOn2,
+     .trace = "open sys_info ioctl 80047301=0 ioctl 80047316=0!-5 close sys_info", .log = "0:BOARD read sysinfo fail(-5)"},
+};
+
+using FirstPowerOn = BoardCase<PowerOnCase>;
+
+TEST_P(FirstPowerOn, BothCounters)
+{
+    const PowerOnCase &c = GetParam();
+    sim().set_sysinfo(kPowerOn1, c.first);
+    sim().set_sysinfo(kPowerOn2, c.second);
+    if (c.fault != Op::None) sim().fail(c.fault, 1, -5, c.key);
+    EXPECT_EQ(BSP_IsBoardFirstPowerOn(), c.want);
+    std::string both = "open sys_info ioctl 80047301=" + x(c.first) + " ioctl 80047316=" + x(c.second) + " close sys_info";
+    EXPECT_EQ(tr(), c.trace ? c.trace : both);
+    EXPECT_EQ(log_line(), c.log);
+    EXPECT_EQ(BSP_IsBoardFirstPowerOn(), c.fault == Op::None ? c.want : 1u) << "the counters themselves say so";
+}
+
+BSP_CASES(Presence, FirstPowerOn, kPowerOn);
+
+// Debounced bit of register 0x33: a 0 matches the starting value and is taken at once, a 1 needs
+// two reads in a row; three reads at most, 10 ms after each miss. A failed read still moves its
+// byte into the previous value.
+struct OnlineCase {
+    const char *name;
+    uint8_t board;
+    std::vector<uint32_t> samples;  // successive reads of 0x33
+    uint32_t want;
+    const char *trace, *log = "";
+    uint32_t fail_skip = 0, fails = 0;  // failed reads after this many reads
+};
+
+constexpr const char *kReadError = "0:read cpld error.";
+const OnlineCase kOnline[] = {
+    {.name = "zero_at_once", .board = 0, .samples = {0x00}, .want = 0, .trace = "rd 33&01=0"},
+    {.name = "one_needs_two_reads", .board = 3, .samples = {0x08, 0x0F}, .want = 1, .trace = "rd 33&08=1 delay 10 rd 33&08=1"},
+    {.name = "one_zero_one_fails", .board = 0, .samples = {0x01, 0x00, 0x01}, .want = 0,
+     .trace = "rd 33&01=1 delay 10 rd 33&01=0 delay 10 rd 33&01=1 delay 10", .log = "0:Get board(0) online status failed(0)"},
+    {.name = "other_bits_ignored", .board = 1, .samples = {0xFD}, .want = 0, .trace = "rd 33&02=0"},
+    {.name = "failure_between_ones", .board = 2, .samples = {0x04, 0x04}, .want = 1,
+     .trace = "rd 33&04=1 delay 10 rd 33&04=0!-1 delay 10 rd 33&04=1", .log = kReadError, .fail_skip = 1, .fails = 1},
+    {.name = "all_fail", .board = 1, .samples = {0x02}, .want = 0,
+     .trace = "rd 33&02=0!-1 delay 10 rd 33&02=0!-1 delay 10 rd 33&02=0!-1 delay 10",
+     .log = "0:read cpld error. | 0:read cpld error. | 0:read cpld error. | 0:Get board(1) online status failed(-1)",
+     .fails = 3},
+    {.name = "no_such_board", .board = 4, .samples = {0x10}, .want = 0, .trace = "", .log = "0:Input para err(4)"},
+};
+
+using OnlineStatus = BoardCase<OnlineCase>;
+
+TEST_P(OnlineStatus, Debounced)
+{
+    const OnlineCase &c = GetParam();
+    known_board();
+    sim().script(Source::Register, 0x33, c.samples);
+    if (c.fails) sim().fail(Op::LocalBusRead, c.fails, -1, 0x33, c.fail_skip);
+    const uint64_t t0 = sim().now_ms();
+    EXPECT_EQ(BSP_GetBoardOnlineStatus(c.board), c.want);
+    EXPECT_EQ(bus(), c.trace);
+    EXPECT_EQ(log_line(), c.log);
+    EXPECT_EQ(sim().now_ms() - t0, 10 * count(Op::Delay)) << "the delays are really waited";
+}
+
+BSP_CASES(Presence, OnlineStatus, kOnline);
+
+// The board-information word, asked every time: plant in bits 12-15, board id in bits 4-11.
+TEST_F(BoardTest, PlantInfo)
+{
+    uint8_t plant = 0xAA, id = 0xAA;
+    for (auto [word, plant_id] : {std::pair{0x0000A123u, 0xA12}, {0xFFFF5A50u, 0x5A5}, {0u, 0}, {0xFFFFu, 0xFFF}}) {
+        sim().set_sysinfo(kBoardInfo, word);
+        EXPECT_EQ(BSP_GetPlantInfo(&plant, &id), 0u);
+        EXPECT_EQ(plant << 8 | id, plant_id);
+        EXPECT_EQ(tr(), "open sys_info ioctl 80047306=" + x(word) + " close sys_info");
+        forget();
+    }
+    plant = id = 0xAA;
+    EXPECT_EQ(BSP_GetPlantInfo(nullptr, &id), kErr);
+    EXPECT_EQ(BSP_GetPlantInfo(&plant, nullptr), kErr);
+    sim().fail(Op::MemsetS, 1, 34);  // the buffer is cleared before the arguments are looked at
+    EXPECT_EQ(BSP_GetPlantInfo(nullptr, &id), kErr);
+    sim().fail(Op::DevOpen, 1);
+    EXPECT_EQ(BSP_GetPlantInfo(&plant, &id), kErr);
+    sim().fail(Op::DevIoctl, 1, -5, kBoardInfo);
+    EXPECT_EQ(BSP_GetPlantInfo(&plant, &id), kErr);
+    EXPECT_EQ(plant << 8 | id, 0xAAAA);
+    EXPECT_EQ(tr(), "memset_s!34 open sys_info!-1 open sys_info ioctl 80047306=0!-5 close sys_info");
+    EXPECT_EQ(log_line(), "0:Error: init sysinfo failed, result = 34. | 0:open sys_info dev fail | "
+                          "0:ioctrl sys_info dev fail: 0xfffffffb");
+    forget();
+    sim().set_sysinfo(kBoardInfo, 0x3050);
+    sim().fail(Op::MemsetS, 1, 34);
+    EXPECT_EQ(BSP_GetPlantInfo(&plant, &id), 0u);  // a failed clear is logged and the query goes on
+    EXPECT_EQ(plant << 8 | id, 0x305);
+    EXPECT_EQ(log_line(), "0:Error: init sysinfo failed, result = 34.");
+}
+
+// AC loss: bit 0 of 0x1B2, or bit 0 of 0xC6 except on the four-controller boards other than the
+// two-processor one (which reads over SPI); both read every time. Four controller boards only in those enclosures.
+struct AcCase {
+    const char *name;
+    uint8_t id, r1b2, rc6;  // board id, registers 0x1B2 and 0xC6
+    uint32_t want, boards;
+    const char *trace;
+};
+
+const AcCase kAc[] = {
+    {.name = "2u_up", .id = 0x05, .r1b2 = 0x00, .rc6 = 0x00, .want = 0, .boards = 2, .trace = "rd 1b2&01=0 rd c6&01=0"},
+    {.name = "2u_first", .id = 0x05, .r1b2 = 0x01, .rc6 = 0x00, .want = 1, .boards = 2, .trace = "rd 1b2&01=1 rd c6&01=0"},
+    {.name = "2u_second", .id = 0x05, .r1b2 = 0x00, .rc6 = 0x01, .want = 1, .boards = 2, .trace = "rd 1b2&01=0 rd c6&01=1"},
+    {.name = "2u_other_bits", .id = 0x05, .r1b2 = 0xFE, .rc6 = 0xFE, .want = 0, .boards = 2, .trace = "rd 1b2&01=0 rd c6&01=0"},
+    {.name = "u2p_second", .id = 0x71, .r1b2 = 0x00, .rc6 = 0x01, .want = 1, .boards = 4, .trace = "srd 1b2=00 srd c6=01"},
+    {.name = "4u5830_second", .id = 0x11, .r1b2 = 0x00, .rc6 = 0x01, .want = 0, .boards = 4, .trace = "rd 1b2&01=0 rd c6&01=1"},
+    {.name = "4u5830_first", .id = 0x11, .r1b2 = 0x01, .rc6 = 0x00, .want = 1, .boards = 4, .trace = "rd 1b2&01=1 rd c6&01=0"},
+    {.name = "4u5820_second", .id = 0x0A, .r1b2 = 0x00, .rc6 = 0x01, .want = 0, .boards = 4, .trace = "rd 1b2&01=0 rd c6&01=1"},
+    {.name = "smm_second", .id = 0x81, .r1b2 = 0x00, .rc6 = 0x01, .want = 1, .boards = 2, .trace = "rd 1b2&01=0 rd c6&01=1"},
+};
+
+using AcDown = BoardCase<AcCase>;
+
+TEST_P(AcDown, SourcesAndBoardCount)
+{
+    const AcCase &c = GetParam();
+    known_board(c.id);
+    sim().set_reg(0x1B2, c.r1b2);
+    sim().set_reg(0xC6, c.rc6);
+    EXPECT_EQ(BSP_IsAcDown(), c.want);
+    EXPECT_EQ(bus(), c.trace);
+    EXPECT_EQ(BSP_GetCtrlBoardNum(), c.boards);
+    // An unreadable flag counts as clear.
+    sim().set_reg(0x1B2, 0x01);
+    sim().set_reg(0xC6, 0x01);
+    sim().fail(Op::LocalBusRead, 1, -1, 0x1B2);
+    EXPECT_EQ(BSP_IsAcDown(), c.boards == 2 || c.id == 0x71 ? 1u : 0u);
+}
+
+BSP_CASES(Presence, AcDown, kAc);
+
+// Register 0x33 read whole; a board beyond the enclosure's count is absent whatever its bit says.
+// The last good answer per board stands in when the register cannot be read.
+TEST_F(BoardTest, CtrlBoardPresence)
+{
+    known_board();
+    sim().set_reg(0x33, 0x0F);
+    std::string got;
+    for (uint8_t board : {0, 1, 2, 3, 4, 255}) {
+        uint8_t present = 0xAA;
+        EXPECT_EQ(BSP_GetCtrlBoardPresent(board, &present), 0u);
+        got += std::to_string(present);
+    }
+    EXPECT_EQ(got, "110000");
+    EXPECT_EQ(BSP_GetCtrlBoardPresent(0, nullptr), kErr);
+    forget();
+    sim().fail(Op::LocalBusRead, 1, -1, 0x33);
+    uint8_t present = 0xAA;
+    EXPECT_EQ(BSP_GetCtrlBoardPresent(0, &present), kErr);
+    EXPECT_EQ(present, 0xAA);
+    EXPECT_EQ(bus(), "rd 33=00!-1");
+    got.clear();
+    for (auto [reg, board, fails] : {std::tuple{0x01, 0, 0}, {0x00, 0, 0}, {0x01, 0, 0}, {0x00, 0, 1}, {0x03, 1, 1},
+                                     {0x03, 1, 0}, {0x01, 1, 0}, {0x03, 1, 1}, {0xFF, 4, 0}, {0xFF, 255, 0}}) {
+        sim().set_reg(0x33, static_cast<uint8_t>(reg));
+        if (fails) sim().fail(Op::LocalBusRead, 1, -1, 0x33);
+        got += std::to_string(BSP_IsCtrlBoardPresent(static_cast<uint8_t>(board)));
+    }
+    EXPECT_EQ(got, "1011" "0100" "00");  // last known 1; never read 0; last known 0
+}
+
+class FourCtrlBoard : public BoardTest {
+    std::string profile() const override { return "4u4c"; }
+};
+
+TEST_F(FourCtrlBoard, CtrlBoardPresent)
+{
+    sim().set_reg(0x33, 0xF5);
+    std::string got;
+    for (uint8_t board = 0; board < 5; ++board) got += std::to_string(BSP_IsCtrlBoardPresent(board));
+    EXPECT_EQ(got, "10100");
 }
 
 }  // namespace

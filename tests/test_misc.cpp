@@ -1,99 +1,87 @@
-// Flushing the platform log files to flash.
+// Miscellaneous services: flushing the platform log files to flash. Also the interim enclosure,
+// slot and fan-board calls, which answer a failure and touch nothing yet.
 #include <sys/stat.h>
 
-#include <array>
+#include <filesystem>
+#include <iterator>
 #include <string>
-#include <vector>
 
-#include "bmc_bsp.h"
 #include "test_helpers.h"
 
 namespace {
 
 using bspsim::Op;
-using bsptest::kLogError;
+using bsptest::PrintTo;
 
 // In the order they are flushed.
-const std::array<std::string, 4> kLogFiles = {
-    "/var/log/zelm/app_debug_log",
-    "/var/log/zelm/dfm_debug_log",
-    "/var/log/zelm/linux_kernel_log",
-    "/var/log/zelm/operate_log",
+const std::string kLogFiles[] = {"/var/log/zelm/app_debug_log", "/var/log/zelm/dfm_debug_log",
+                                 "/var/log/zelm/linux_kernel_log", "/var/log/zelm/operate_log"};
+
+struct FlushCase {
+    const char *name;
+    unsigned present;     // bit i: file i exists
+    int failing = -1;     // the open of this file fails
+    int directory = -1;   // a directory stands in this file's place: it cannot be opened for appending
 };
 
-class SyncLog2Flash : public bsptest::SimTest {
-protected:
-    // Creates the files whose bit is set in `present`, each with its own contents.
-    void create_files(unsigned present)
-    {
-        for (size_t i = 0; i < kLogFiles.size(); ++i) {
-            if (present & (1u << i)) bsptest::write_file(sim().path_of(kLogFiles[i]), contents(i));
-        }
-    }
-    static std::string contents(size_t i) { return "line " + std::to_string(i) + "\nno newline at the end"; }
-
-    std::vector<std::string> opened() const
-    {
-        std::vector<std::string> names;
-        for (auto &e : events(Op::FileOpen)) names.push_back(e.name);
-        return names;
-    }
+const FlushCase kFlushes[] = {
+    {.name = "all_present", .present = 0xF},
+    {.name = "none_present", .present = 0},
+    {.name = "some_present", .present = 0b0101},
+    {.name = "open_fails", .present = 0xF, .failing = 1},
+    {.name = "directory", .present = 0b1011, .directory = 2},
 };
 
-class SyncLog2FlashPresence : public SyncLog2Flash, public ::testing::WithParamInterface<unsigned> {};
+using SyncLog2Flash = bsptest::SimTestWithParam<FlushCase>;
 
-// Present files are opened in order and left unchanged; each missing one is logged, skipped
-// and not created.
-TEST_P(SyncLog2FlashPresence, EachFileOnItsOwn)
+// Present files are opened in order and left as they are; a missing one is logged, skipped and not
+// created; one that cannot be opened is logged and the others are flushed all the same.
+TEST_P(SyncLog2Flash, EachFileOnItsOwn)
 {
-    create_files(GetParam());
-    BSP_SyncLog2Flash();
-    std::vector<std::string> present, missing;
-    for (size_t i = 0; i < kLogFiles.size(); ++i) {
-        if (GetParam() & (1u << i)) {
-            present.push_back(kLogFiles[i]);
-            EXPECT_EQ(bsptest::read_file(sim().path_of(kLogFiles[i])), contents(i));
-        } else {
-            missing.push_back("0:" + kLogFiles[i] + " is not exist.");
-            struct stat st;
-            EXPECT_NE(stat(sim().path_of(kLogFiles[i]).c_str(), &st), 0) << "the flush must not create it";
-        }
+    const FlushCase &c = GetParam();
+    auto contents = [](int i) { return "line " + std::to_string(i) + "\nno newline at the end"; };
+    for (int i = 0; i < 4; ++i) {
+        if (c.present & (1u << i)) bsptest::write_file(sim().path_of(kLogFiles[i]), contents(i));
     }
-    EXPECT_EQ(opened(), present);
-    for (auto &e : events(Op::FileOpen)) EXPECT_EQ(e.result, 0) << e.name;
-    EXPECT_EQ(debug_texts(), missing);
-    for (auto &l : debug_logs()) EXPECT_EQ(l.file, "bmc_bsp_misc.cpp");
+    if (c.directory >= 0) {
+        ASSERT_EQ(mkdir(sim().path_of(kLogFiles[c.directory]).c_str(), 0755), 0);
+    }
+    if (c.failing >= 0) sim().fail(Op::FileOpen, 1, -1, bspsim::kAnyKey, c.failing);
+    auto open_fds = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+    const auto fds_before = open_fds();
+    BSP_SyncLog2Flash();
+    EXPECT_EQ(open_fds(), fds_before) << "every opened file is closed again";
+    std::string opened, logs;
+    for (int i = 0; i < 4; ++i) {
+        const std::string &f = kLogFiles[i];
+        bool there = (c.present & (1u << i)) || i == c.directory;
+        if (there) opened += (opened.empty() ? "fopen " : " fopen ") + f + (i == c.failing || i == c.directory ? "!-1" : "");
+        bool refused = i == c.failing || i == c.directory;
+        std::string log = !there ? f + " is not exist." : refused ? "Open file(" + f + ") failed." : "";
+        if (!log.empty()) logs += (logs.empty() ? "0:" : " | 0:") + log;
+        struct stat st;
+        bool file = c.present & (1u << i);
+        std::string now = file ? bsptest::read_file(sim().path_of(f)) : stat(sim().path_of(f).c_str(), &st) ? "none" : "dir";
+        EXPECT_EQ(now, file ? contents(i) : there ? "dir" : "none") << "left as it was: " << f;
+    }
+    EXPECT_EQ(tr({Op::FileOpen}), opened);
+    EXPECT_EQ(log_line(), logs);
 }
 
-INSTANTIATE_TEST_SUITE_P(Misc, SyncLog2FlashPresence, ::testing::Values(0xFu, 0u, 0b0101u),
-                         [](const auto &info) { return "present_" + std::to_string(info.param); });
+BSP_CASES(Misc, SyncLog2Flash, kFlushes);
 
-// The second file cannot be opened: logged, and the others are still flushed.
-TEST_F(SyncLog2Flash, UnopenableFileIsLoggedAndSkipped)
-{
-    create_files(0xF);
-    sim().fail(Op::FileOpen, 1, -1, bspsim::kAnyKey, 1);
-    BSP_SyncLog2Flash();
-    auto opens = events(Op::FileOpen);
-    ASSERT_EQ(opens.size(), 4u);
-    EXPECT_NE(opens[1].flags & bspsim::kFlagInjected, 0u);
-    EXPECT_EQ(opens[1].name, kLogFiles[1]);
-    auto lines = debug_logs();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].text, "Open file(" + kLogFiles[1] + ") failed.");
-    EXPECT_EQ(lines[0].level, kLogError);
-    EXPECT_EQ(lines[0].file, "bmc_bsp_misc.cpp");
-    for (size_t i = 0; i < kLogFiles.size(); ++i) EXPECT_EQ(bsptest::read_file(sim().path_of(kLogFiles[i])), contents(i));
-}
+using Interim = bsptest::SimTest;
 
-// A directory in a file's place exists but cannot be opened for appending: a real open failure.
-TEST_F(SyncLog2Flash, DirectoryInPlaceOfAFile)
+TEST_F(Interim, FailAndTouchNothing)
 {
-    create_files(0b1011);
-    ASSERT_EQ(mkdir(sim().path_of(kLogFiles[2]).c_str(), 0755), 0);
-    BSP_SyncLog2Flash();
-    EXPECT_EQ(debug_texts(), std::vector<std::string>{"0:Open file(" + kLogFiles[2] + ") failed."});
-    EXPECT_EQ(opened().size(), 4u);
+    uint16_t frame = 0x1234;
+    uint8_t slot = 0x56, mode = 0x78;
+    EXPECT_EQ(BSP_GetFrameType(&frame), -1);
+    EXPECT_EQ(BSP_GetBoardSlot(&slot), -1);
+    EXPECT_EQ(BSP_SetSmmMcuMode(1), -1);
+    BSP_GetSmmMcuMode(&mode);
+    EXPECT_EQ(bsptest::hex(frame) + bsptest::hex(slot) + bsptest::hex(mode), "0x12340x560x78");
+    EXPECT_EQ(tr() + log_line(), "");
 }
 
 }  // namespace
