@@ -97,6 +97,14 @@ Found map_state(const std::string &dir, uint8_t **map, size_t *size, int *semid)
     bool ok = h.magic == kMagic && h.version == kLayoutVersion && h.boards >= 1 && h.boards <= kMaxBoards &&
               h.size == n && n == layout().size(h.boards);
     for (size_t i = 0; ok && i < kModelCount; ++i) ok = h.region_size[i] == model(static_cast<ModelId>(i)).size;
+    if (ok) {
+        // A lock that garbage overwrote answers neither "taken" nor "free".
+        auto *lock = &reinterpret_cast<CoreState *>(static_cast<uint8_t *>(p) + region_offset(ModelId::core, 0))->lock;
+        int rc = pthread_mutex_trylock(lock);
+        if (rc == EOWNERDEAD) pthread_mutex_consistent(lock);
+        if (rc == 0 || rc == EOWNERDEAD) pthread_mutex_unlock(lock);
+        ok = rc == 0 || rc == EOWNERDEAD || rc == EBUSY;
+    }
     if (!ok) {
         if (h.magic == kMagic) *semid = h.semid;
         munmap(p, n);
@@ -321,8 +329,8 @@ std::string persistent(const std::string &profile, bool reset)
     Found found = map_state(dir, &map, &size, &semid);
     if (found == Found::Usable) munmap(map, size);
     if (reset || found != Found::Usable) {
-        if (reset) detach();
         replace_instance(dir, profile);
+        detach();
         if (found == Found::Damaged) remove_semaphores(semid);
         if (found == Found::Damaged && !reset) {
             std::fprintf(stderr, "bspsim: board state damaged, rebuilt from profile %s\n", profile.c_str());
@@ -404,10 +412,10 @@ void attach(const std::string &dir)
     case Found::Usable:
         break;
     }
-    if (board >= reinterpret_cast<Header *>(map)->boards) {
+    if (uint32_t boards = reinterpret_cast<Header *>(map)->boards; board >= boards) {
         munmap(map, size);
         throw Error(std::string(kBoardEnv) + " " + std::to_string(board) + ": the enclosure in " + dir + " has " +
-                    std::to_string(reinterpret_cast<Header *>(map)->boards) + " board(s)");
+                    std::to_string(boards) + " board(s)");
     }
     uint8_t *old = g_map.exchange(map, std::memory_order_acq_rel);
     if (old) munmap(old, g_size);

@@ -94,6 +94,8 @@ const char *get_name(Call &call, OBJ_HANDLE handle)
     int i = -1;
     call.run(true, [&] {
         i = object_of(handle);
+        // A name that fills its field has no terminator to hand out.
+        if (i >= 0 && text(st().objects[i].name).size() >= kNameLen) i = -1;
         if (i >= 0) call.rec.name = text(st().objects[i].name);
         return i < 0 ? kDflNoObject : 0;
     });
