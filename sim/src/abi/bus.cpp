@@ -7,36 +7,30 @@ using namespace bspsim::detail;
 
 BSPSIM_API int32_t local_bus_read(LocalBusRequest *req)
 {
-    Call call(Op::LocalBusRead, req ? req->addr : 0);
-    return cpld::local_bus(call, req, false);
+    return cpld::local_bus({Op::LocalBusRead, req ? req->addr : 0}, req, false);
 }
 
 BSPSIM_API int32_t local_bus_write(LocalBusRequest *req)
 {
-    Call call(Op::LocalBusWrite, req ? req->addr : 0);
-    return cpld::local_bus(call, req, true);
+    return cpld::local_bus({Op::LocalBusWrite, req ? req->addr : 0}, req, true);
 }
 
 BSPSIM_API int32_t spi_read(SpiRequest *req)
 {
-    Call call(Op::SpiRead, req && req->cmd ? (uint32_t{req->cmd[1]} << 8 | req->cmd[2]) : 0);
-    return cpld::spi(call, req, false);
+    return cpld::spi({Op::SpiRead, req && req->cmd ? (uint32_t{req->cmd[1]} << 8 | req->cmd[2]) : 0}, req, false);
 }
 
 BSPSIM_API int32_t spi_write(SpiRequest *req)
 {
-    Call call(Op::SpiWrite, req && req->cmd ? (uint32_t{req->cmd[1]} << 8 | req->cmd[2]) : 0);
-    return cpld::spi(call, req, true);
+    return cpld::spi({Op::SpiWrite, req && req->cmd ? (uint32_t{req->cmd[1]} << 8 | req->cmd[2]) : 0}, req, true);
 }
 
 BSPSIM_API int32_t cpld_get_id(CpldIdRequest *req)
 {
-    Call call(Op::CpldGetId, req ? req->index : 0);
-    return cpld_drv::get_id(call, req);
+    return cpld_drv::get_id({Op::CpldGetId, req ? uint32_t{req->index} : 0u}, req);
 }
 
 BSPSIM_API int32_t cpld_set_num(uint32_t num)
 {
-    Call call(Op::CpldSetNum, num);
-    return cpld_drv::set_num(call, num);
+    return cpld_drv::set_num({Op::CpldSetNum, num}, num);
 }

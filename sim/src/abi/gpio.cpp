@@ -9,30 +9,25 @@ using namespace bspsim::detail;
 
 BSPSIM_API int32_t gpio_init(uint32_t pin, uint32_t direction)
 {
-    Call call(Op::GpioInit, pin);
-    return gpio::init(call, pin, direction);
+    return gpio::init({Op::GpioInit, pin}, pin, direction);
 }
 
 BSPSIM_API int32_t gpio_read(uint32_t pin, uint8_t *value, uint32_t flags)
 {
-    Call call(Op::GpioRead, pin);
-    return gpio::read(call, pin, value, flags);
+    return gpio::read({Op::GpioRead, pin}, pin, value, flags);
 }
 
 BSPSIM_API int32_t gpio_write(uint32_t pin, uint8_t value)
 {
-    Call call(Op::GpioWrite, pin);
-    return gpio::write(call, pin, value);
+    return gpio::write({Op::GpioWrite, pin}, pin, value);
 }
 
 BSPSIM_API int32_t BMC_ProcessMutexSem_P(uint32_t sem_id, int32_t wait_s)
 {
-    Call call(Op::SemP, sem_id);
-    return sem::take(call, sem_id, wait_s);
+    return sem::take({Op::SemP, sem_id}, sem_id, wait_s);
 }
 
 BSPSIM_API int32_t BMC_ProcessMutexSem_V(uint32_t sem_id)
 {
-    Call call(Op::SemV, sem_id);
-    return sem::give(call, sem_id);
+    return sem::give({Op::SemV, sem_id}, sem_id);
 }

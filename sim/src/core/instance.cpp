@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <mutex>
 #include <string>
 
@@ -115,15 +116,17 @@ Found map_state(const std::string &dir, uint8_t **map, size_t *size, int *semid)
     return Found::Usable;
 }
 
+union SemArg {
+    int val;
+    semid_ds *buf;
+    unsigned short *array;
+};
+
 // Removes a semaphore set only when it looks like one of ours: this user's, of our size.
 void remove_semaphores(int semid)
 {
     semid_ds ds{};
-    union semun {
-        int val;
-        semid_ds *buf;
-        unsigned short *array;
-    } arg{};
+    SemArg arg{};
     arg.buf = &ds;
     if (semid < 0 || semctl(semid, 0, IPC_STAT, arg) != 0) return;
     if (ds.sem_perm.cuid != geteuid() || ds.sem_nsems % kSemsPerBoard != 0) return;
@@ -143,11 +146,7 @@ int make_semaphores(uint32_t boards)
     if (id < 0) id = semget(IPC_PRIVATE, n, IPC_CREAT | 0600);
     if (id < 0) throw Error("cannot create the board's semaphores: " + errno_text());
     std::vector<unsigned short> ones(static_cast<size_t>(n), 1);
-    union semun {
-        int val;
-        semid_ds *buf;
-        unsigned short *array;
-    } arg{};
+    SemArg arg{};
     arg.array = ones.data();
     semctl(id, 0, SETALL, arg);
     return id;
@@ -225,22 +224,6 @@ bool ours(const std::string &dir)
     return read_ok && magic == kMagic;
 }
 
-void remove_tree(const std::string &dir)
-{
-    if (GDir *d = g_dir_open(dir.c_str(), 0, nullptr)) {
-        while (const char *n = g_dir_read_name(d)) {
-            std::string p = dir + "/" + n;
-            if (g_file_test(p.c_str(), G_FILE_TEST_IS_DIR) && !g_file_test(p.c_str(), G_FILE_TEST_IS_SYMLINK)) {
-                remove_tree(p);
-            } else {
-                unlink(p.c_str());
-            }
-        }
-        g_dir_close(d);
-    }
-    rmdir(dir.c_str());
-}
-
 // A fresh directory holding a new instance of `profile`, next to `near` (same file system).
 std::string new_instance_dir(const std::string &near, const std::string &profile)
 {
@@ -250,7 +233,7 @@ std::string new_instance_dir(const std::string &near, const std::string &profile
         g_file_set_contents((templ + "/" + kMarker).c_str(), "made by the board simulator\n", -1, nullptr);
         build_instance(templ, profile);
     } catch (...) {
-        remove_tree(templ);
+        std::filesystem::remove_all(templ);
         throw;
     }
     return templ;
@@ -443,7 +426,7 @@ void remove_instance(const std::string &dir)
         munmap(map, size);
     }
     remove_semaphores(semid);
-    remove_tree(dir);
+    std::filesystem::remove_all(dir);
 }
 
 void out_of_range(const char *what, uint64_t value, uint64_t limit)

@@ -198,14 +198,10 @@ BSPSIM_API int ioctl(int fd, unsigned long request, ...)
     void *arg = va_arg(ap, void *);
     va_end(ap);
     switch (device_of_fd(fd)) {
-    case static_cast<int>(Device::SysInfo): {
-        Call call(Op::DevIoctl, static_cast<uint32_t>(request));
-        return sysinfo::ioctl(call, static_cast<uint32_t>(request), arg);
-    }
-    case static_cast<int>(Device::TtyS0): {
-        Call call(Op::DevIoctl, static_cast<uint32_t>(request));
-        return tty::ioctl(call, request, reinterpret_cast<unsigned long>(arg));
-    }
+    case static_cast<int>(Device::SysInfo):
+        return sysinfo::ioctl({Op::DevIoctl, static_cast<uint32_t>(request)}, static_cast<uint32_t>(request), arg);
+    case static_cast<int>(Device::TtyS0):
+        return tty::ioctl({Op::DevIoctl, static_cast<uint32_t>(request)}, request, reinterpret_cast<unsigned long>(arg));
     default: {
         static IoctlFn fn = next_symbol<IoctlFn>("ioctl");
         return fn(fd, request, arg);
@@ -217,20 +213,14 @@ BSPSIM_API int ioctl(int fd, unsigned long request, ...)
 // name for the simulated serial port.
 BSPSIM_API int tcgetattr(int fd, struct termios *t)
 {
-    if (device_of_fd(fd) == static_cast<int>(Device::TtyS0)) {
-        Call call(Op::Termios, 0);
-        return tty::get(call, t);
-    }
+    if (device_of_fd(fd) == static_cast<int>(Device::TtyS0)) return tty::get({Op::Termios, 0}, t);
     static TcgetFn fn = next_symbol<TcgetFn>("tcgetattr");
     return fn(fd, t);
 }
 
 BSPSIM_API int tcsetattr(int fd, int action, const struct termios *t)
 {
-    if (device_of_fd(fd) == static_cast<int>(Device::TtyS0)) {
-        Call call(Op::Termios, 1);
-        return tty::set(call, action, t);
-    }
+    if (device_of_fd(fd) == static_cast<int>(Device::TtyS0)) return tty::set({Op::Termios, 1}, action, t);
     static TcsetFn fn = next_symbol<TcsetFn>("tcsetattr");
     return fn(fd, action, t);
 }

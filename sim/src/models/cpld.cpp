@@ -155,7 +155,7 @@ bool write(uint32_t addr, uint8_t value, uint8_t mask)
     return (mask & closed) == 0;
 }
 
-int32_t local_bus(Call &call, LocalBusRequest *req, bool is_write)
+int32_t local_bus(Call &&call, LocalBusRequest *req, bool is_write)
 {
     bool valid = req && req->data && req->reserved0 == 0 && req->reserved1 == 0 && req->mode <= 1 && req->len != 0 &&
                  req->addr < kRegs && req->len <= kRegs - req->addr && (is_write ? req->len == 1 : true) &&
@@ -179,7 +179,7 @@ int32_t local_bus(Call &call, LocalBusRequest *req, bool is_write)
     });
 }
 
-int32_t spi(Call &call, SpiRequest *req, bool is_write)
+int32_t spi(Call &&call, SpiRequest *req, bool is_write)
 {
     uint32_t addr = spi_addr(req);
     bool valid = req && req->bus == 1 && req->device == 1 && req->cmd && req->reserved == 0 && addr < kRegs &&

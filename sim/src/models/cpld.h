@@ -19,8 +19,8 @@ uint8_t stored(uint32_t addr);
 // The bits `bits` of `addr` are rendered by model `owner` through its register hooks.
 void hook(uint32_t addr, ModelId owner, uint8_t bits);
 
-int32_t local_bus(Call &call, LocalBusRequest *req, bool write);
-int32_t spi(Call &call, SpiRequest *req, bool write);
+int32_t local_bus(Call &&call, LocalBusRequest *req, bool write);
+int32_t spi(Call &&call, SpiRequest *req, bool write);
 
 }  // namespace bspsim::detail::cpld
 

@@ -44,7 +44,7 @@ void load(Section &s)
 
 // Answers every CPLD's id at once, whichever index was asked for; the index only has to name
 // a CPLD the driver knows.
-int32_t get_id(Call &call, CpldIdRequest *req)
+int32_t get_id(Call &&call, CpldIdRequest *req)
 {
     call.rec = {.a = req ? req->index : 0u};
     bool valid = req && req->kind == kIdRequestKind && req->reserved[0] == 0 && req->reserved[1] == 0;
@@ -61,7 +61,7 @@ int32_t get_id(Call &call, CpldIdRequest *req)
 }
 
 // An upgrade handles between one CPLD and as many as the driver can keep ids for.
-int32_t set_num(Call &call, uint32_t num)
+int32_t set_num(Call &&call, uint32_t num)
 {
     call.rec = {.a = num, .value = num};
     return call.run(num != 0 && num <= kMaxIds, [&] {

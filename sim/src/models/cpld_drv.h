@@ -7,8 +7,8 @@
 
 namespace bspsim::detail::cpld_drv {
 
-int32_t get_id(Call &call, CpldIdRequest *req);
-int32_t set_num(Call &call, uint32_t num);
+int32_t get_id(Call &&call, CpldIdRequest *req);
+int32_t set_num(Call &&call, uint32_t num);
 
 }  // namespace bspsim::detail::cpld_drv
 

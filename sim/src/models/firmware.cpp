@@ -55,7 +55,7 @@ bool copy_out(char *dest, const char (&src)[kTextLen], size_t capacity)
 
 }  // namespace
 
-int32_t uboot_num(Call &call, uint8_t *num)
+int32_t uboot_num(Call &&call, uint8_t *num)
 {
     return call.run(num != nullptr, [&] {
         call.rec.value = *num = static_cast<uint8_t>(st().uboot_num);
@@ -64,7 +64,7 @@ int32_t uboot_num(Call &call, uint8_t *num)
 }
 
 // `buf` holds 64 bytes by contract.
-int32_t uboot_ver(Call &call, uint8_t num, char *buf)
+int32_t uboot_ver(Call &&call, uint8_t num, char *buf)
 {
     call.rec = {.a = num};
     return call.run(buf && num < kCopies, [&] {
@@ -74,7 +74,7 @@ int32_t uboot_ver(Call &call, uint8_t num, char *buf)
     });
 }
 
-int32_t sdk_ver(Call &call, char *first, char *second, uint32_t first_len, uint32_t second_len)
+int32_t sdk_ver(Call &&call, char *first, char *second, uint32_t first_len, uint32_t second_len)
 {
     call.rec = {.a = first_len, .b = second_len};
     bool valid = first && second && text(st().sdk_first).size() < first_len && text(st().sdk_second).size() < second_len;

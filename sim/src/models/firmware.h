@@ -6,9 +6,9 @@
 
 namespace bspsim::detail::firmware {
 
-int32_t uboot_num(Call &call, uint8_t *num);
-int32_t uboot_ver(Call &call, uint8_t num, char *buf);
-int32_t sdk_ver(Call &call, char *first, char *second, uint32_t first_len, uint32_t second_len);
+int32_t uboot_num(Call &&call, uint8_t *num);
+int32_t uboot_ver(Call &&call, uint8_t num, char *buf);
+int32_t sdk_ver(Call &&call, char *first, char *second, uint32_t first_len, uint32_t second_len);
 
 }  // namespace bspsim::detail::firmware
 

@@ -29,7 +29,7 @@ void load(Section &s)
 
 }  // namespace
 
-int32_t init(Call &call, uint32_t n, uint32_t direction)
+int32_t init(Call &&call, uint32_t n, uint32_t direction)
 {
     call.rec = {.a = n, .b = direction};
     return call.run(n < kPins && direction <= 1, [&] {
@@ -39,7 +39,7 @@ int32_t init(Call &call, uint32_t n, uint32_t direction)
     });
 }
 
-int32_t read(Call &call, uint32_t n, uint8_t *value, uint32_t flags)
+int32_t read(Call &&call, uint32_t n, uint8_t *value, uint32_t flags)
 {
     call.rec = {.a = n, .b = flags};
     return call.run(n < kPins && value && flags == 0, [&] {
@@ -50,7 +50,7 @@ int32_t read(Call &call, uint32_t n, uint8_t *value, uint32_t flags)
     });
 }
 
-int32_t write(Call &call, uint32_t n, uint8_t value)
+int32_t write(Call &&call, uint32_t n, uint8_t value)
 {
     call.rec = {.a = n, .value = value};
     return call.run(n < kPins, [&] {

@@ -6,9 +6,9 @@
 
 namespace bspsim::detail::gpio {
 
-int32_t init(Call &call, uint32_t pin, uint32_t direction);
-int32_t read(Call &call, uint32_t pin, uint8_t *value, uint32_t flags);
-int32_t write(Call &call, uint32_t pin, uint8_t value);
+int32_t init(Call &&call, uint32_t pin, uint32_t direction);
+int32_t read(Call &&call, uint32_t pin, uint8_t *value, uint32_t flags);
+int32_t write(Call &&call, uint32_t pin, uint8_t value);
 
 }  // namespace bspsim::detail::gpio
 

@@ -17,7 +17,7 @@ unsigned short index_of(uint32_t id) { return static_cast<unsigned short>(board_
 
 }  // namespace
 
-int32_t take(Call &call, uint32_t id, int32_t wait_s)
+int32_t take(Call &&call, uint32_t id, int32_t wait_s)
 {
     call.rec = {.a = id, .b = static_cast<uint32_t>(wait_s)};
     return call.run(id < kPerBoard, [&] {
@@ -33,7 +33,7 @@ int32_t take(Call &call, uint32_t id, int32_t wait_s)
     });
 }
 
-int32_t give(Call &call, uint32_t id)
+int32_t give(Call &&call, uint32_t id)
 {
     call.rec = {.a = id};
     return call.run(id < kPerBoard, [&] {

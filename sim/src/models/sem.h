@@ -6,8 +6,8 @@
 
 namespace bspsim::detail::sem {
 
-int32_t take(Call &call, uint32_t id, int32_t wait_s);
-int32_t give(Call &call, uint32_t id);
+int32_t take(Call &&call, uint32_t id, int32_t wait_s);
+int32_t give(Call &&call, uint32_t id);
 
 }  // namespace bspsim::detail::sem
 

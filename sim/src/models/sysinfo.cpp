@@ -52,7 +52,7 @@ void load(Section &s)
 
 }  // namespace
 
-int ioctl(Call &call, uint32_t request, void *arg)
+int ioctl(Call &&call, uint32_t request, void *arg)
 {
     call.rec = {.a = static_cast<uint32_t>(Device::SysInfo), .b = request};
     uint32_t word = 0;

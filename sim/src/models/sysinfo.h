@@ -7,7 +7,7 @@
 namespace bspsim::detail::sysinfo {
 
 // The ioctl on an open /dev/sys_info (errno set on failure).
-int ioctl(Call &call, uint32_t request, void *arg);
+int ioctl(Call &&call, uint32_t request, void *arg);
 
 }  // namespace bspsim::detail::sysinfo
 

@@ -25,7 +25,7 @@ void reset()
 
 }  // namespace
 
-int32_t get(Call &call, struct termios *t)
+int32_t get(Call &&call, struct termios *t)
 {
     call.rec = {.a = static_cast<uint32_t>(Device::TtyS0), .b = 0};
     return call.run(t != nullptr, [&] {
@@ -35,7 +35,7 @@ int32_t get(Call &call, struct termios *t)
     });
 }
 
-int32_t set(Call &call, int action, const struct termios *t)
+int32_t set(Call &&call, int action, const struct termios *t)
 {
     call.rec = {.a = static_cast<uint32_t>(Device::TtyS0), .b = 1, .value = flow(attr())};
     bool valid = t && (action == TCSANOW || action == TCSADRAIN || action == TCSAFLUSH);
@@ -46,7 +46,7 @@ int32_t set(Call &call, int action, const struct termios *t)
     });
 }
 
-int32_t ioctl(Call &call, unsigned long request, unsigned long arg)
+int32_t ioctl(Call &&call, unsigned long request, unsigned long arg)
 {
     call.rec = {.a = static_cast<uint32_t>(Device::TtyS0), .b = static_cast<uint32_t>(request), .value = static_cast<uint32_t>(arg)};
     return call.run(true, [] { return 0; });

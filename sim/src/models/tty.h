@@ -8,9 +8,9 @@
 
 namespace bspsim::detail::tty {
 
-int32_t get(Call &call, struct termios *t);
-int32_t set(Call &call, int action, const struct termios *t);
-int32_t ioctl(Call &call, unsigned long request, unsigned long arg);
+int32_t get(Call &&call, struct termios *t);
+int32_t set(Call &&call, int action, const struct termios *t);
+int32_t ioctl(Call &&call, unsigned long request, unsigned long arg);
 
 }  // namespace bspsim::detail::tty
 

@@ -76,7 +76,7 @@ bool inputs_text(GSList *input, std::string *out)
 
 }  // namespace
 
-int32_t get_handle(Call &call, const char *name, OBJ_HANDLE *handle)
+int32_t get_handle(Call &&call, const char *name, OBJ_HANDLE *handle)
 {
     call.rec.name = name ? name : "";
     return call.run(true, [&] {
@@ -88,7 +88,7 @@ int32_t get_handle(Call &call, const char *name, OBJ_HANDLE *handle)
     });
 }
 
-const char *get_name(Call &call, OBJ_HANDLE handle)
+const char *get_name(Call &&call, OBJ_HANDLE handle)
 {
     call.rec.a = key_of(handle);
     int i = -1;
@@ -103,7 +103,7 @@ const char *get_name(Call &call, OBJ_HANDLE handle)
     return i < 0 || call.injected ? nullptr : st().objects[i].name;
 }
 
-int32_t get_list(Call &call, const char *cls, GSList **handles)
+int32_t get_list(Call &&call, const char *cls, GSList **handles)
 {
     call.rec.name = cls ? cls : "";
     return call.run(true, [&] {
@@ -120,7 +120,7 @@ int32_t get_list(Call &call, const char *cls, GSList **handles)
     });
 }
 
-int32_t get_ref(Call &call, OBJ_HANDLE handle, const char *property, OBJ_HANDLE *ref)
+int32_t get_ref(Call &&call, OBJ_HANDLE handle, const char *property, OBJ_HANDLE *ref)
 {
     call.rec = {.a = key_of(handle), .name = label(handle, property)};
     return call.run(true, [&] {
@@ -135,7 +135,7 @@ int32_t get_ref(Call &call, OBJ_HANDLE handle, const char *property, OBJ_HANDLE 
 
 // Shared by the value and hardware getters. A property without a hardware source answers the
 // hardware getter with its stored value.
-int32_t get_value(Call &call, OBJ_HANDLE handle, const char *property, GVariant **value, uint32_t option, PropKind kind)
+int32_t get_value(Call &&call, OBJ_HANDLE handle, const char *property, GVariant **value, uint32_t option, PropKind kind)
 {
     call.rec = {.a = key_of(handle), .b = option, .name = label(handle, property)};
     return call.run(true, [&] {
@@ -153,7 +153,7 @@ int32_t get_value(Call &call, OBJ_HANDLE handle, const char *property, GVariant 
     });
 }
 
-int32_t set_value(Call &call, OBJ_HANDLE handle, const char *property, GVariant *value, uint32_t option)
+int32_t set_value(Call &&call, OBJ_HANDLE handle, const char *property, GVariant *value, uint32_t option)
 {
     call.rec = {.a = key_of(handle), .b = option, .name = label(handle, property)};
     return call.run(true, [&] {
@@ -178,7 +178,7 @@ int32_t set_value(Call &call, OBJ_HANDLE handle, const char *property, GVariant 
     });
 }
 
-int32_t get_accessor(Call &call, OBJ_HANDLE handle, const char *property, char *accessor, uint32_t size)
+int32_t get_accessor(Call &&call, OBJ_HANDLE handle, const char *property, char *accessor, uint32_t size)
 {
     call.rec = {.a = key_of(handle), .name = label(handle, property)};
     return call.run(true, [&] {
@@ -191,10 +191,10 @@ int32_t get_accessor(Call &call, OBJ_HANDLE handle, const char *property, char *
     });
 }
 
-int32_t get_string(Call &call, OBJ_HANDLE handle, const char *property, char *buf, uint32_t size)
+int32_t get_string(Call &&call, OBJ_HANDLE handle, const char *property, char *buf, uint32_t size)
 {
     GVariant *v = nullptr;
-    int32_t rc = get_value(call, handle, property, &v, 0, kPropValue);
+    int32_t rc = get_value(std::move(call), handle, property, &v, 0, kPropValue);
     if (rc != 0) return rc;
     int32_t result = -1;
     if (g_variant_is_of_type(v, G_VARIANT_TYPE_STRING) && buf && size > 0) {
@@ -210,7 +210,7 @@ int32_t get_string(Call &call, OBJ_HANDLE handle, const char *property, char *bu
 
 // A CPLD reached through the framework: a one-bit mask with a non-zero byte sets the bit, a
 // zero byte clears it; a wider mask writes the byte's masked bits.
-int32_t chip_bytewrite(Call &call, const char *chip, uint32_t offset, uint8_t mask, const uint8_t *value)
+int32_t chip_bytewrite(Call &&call, const char *chip, uint32_t offset, uint8_t mask, const uint8_t *value)
 {
     uint8_t byte = value ? *value : 0;
     call.rec = {.a = offset, .b = mask, .value = byte, .name = chip ? chip : ""};
@@ -225,7 +225,7 @@ int32_t chip_bytewrite(Call &call, const char *chip, uint32_t offset, uint8_t ma
 
 // Methods answer from the board's script; the inputs are recorded, never consumed. The outputs
 // are new references the caller owns and frees with uip_free_gvariant_list.
-int32_t call_method(Call &call, OBJ_HANDLE handle, const char *method, GSList *input, GSList **output)
+int32_t call_method(Call &&call, OBJ_HANDLE handle, const char *method, GSList *input, GSList **output)
 {
     call.rec = {.a = key_of(handle), .b = g_slist_length(input), .name = label(handle, method)};
     int obj = object_of(handle);
@@ -260,7 +260,7 @@ int32_t call_method(Call &call, OBJ_HANDLE handle, const char *method, GSList *i
 }
 
 // One transfer of a block-access chip; exactly one of `in` (read) and `out` (write) is set.
-int32_t block(Call &call, OBJ_HANDLE handle, const char *property, uint32_t offset, uint32_t length, uint8_t *in,
+int32_t block(Call &&call, OBJ_HANDLE handle, const char *property, uint32_t offset, uint32_t length, uint8_t *in,
               const uint8_t *out)
 {
     call.rec = {.a = key_of(handle), .b = offset, .len = length, .name = label(handle, property)};

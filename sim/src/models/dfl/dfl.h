@@ -97,19 +97,19 @@ bool set_block(uint32_t object, const char *name, const uint8_t *bytes, size_t s
 BlockRec *find_block(uint32_t object, const char *name);  // nullptr also for a damaged one
 
 // The platform calls.
-int32_t get_handle(Call &call, const char *name, OBJ_HANDLE *handle);
-const char *get_name(Call &call, OBJ_HANDLE handle);
-int32_t get_list(Call &call, const char *cls, GSList **handles);
-int32_t get_ref(Call &call, OBJ_HANDLE handle, const char *property, OBJ_HANDLE *ref);
-int32_t get_value(Call &call, OBJ_HANDLE handle, const char *property, GVariant **value, uint32_t option, PropKind kind);
-int32_t set_value(Call &call, OBJ_HANDLE handle, const char *property, GVariant *value, uint32_t option);
-int32_t get_accessor(Call &call, OBJ_HANDLE handle, const char *property, char *accessor, uint32_t size);
-int32_t call_method(Call &call, OBJ_HANDLE handle, const char *method, GSList *input, GSList **output);
-int32_t block(Call &call, OBJ_HANDLE handle, const char *property, uint32_t offset, uint32_t length, uint8_t *in,
+int32_t get_handle(Call &&call, const char *name, OBJ_HANDLE *handle);
+const char *get_name(Call &&call, OBJ_HANDLE handle);
+int32_t get_list(Call &&call, const char *cls, GSList **handles);
+int32_t get_ref(Call &&call, OBJ_HANDLE handle, const char *property, OBJ_HANDLE *ref);
+int32_t get_value(Call &&call, OBJ_HANDLE handle, const char *property, GVariant **value, uint32_t option, PropKind kind);
+int32_t set_value(Call &&call, OBJ_HANDLE handle, const char *property, GVariant *value, uint32_t option);
+int32_t get_accessor(Call &&call, OBJ_HANDLE handle, const char *property, char *accessor, uint32_t size);
+int32_t call_method(Call &&call, OBJ_HANDLE handle, const char *method, GSList *input, GSList **output);
+int32_t block(Call &&call, OBJ_HANDLE handle, const char *property, uint32_t offset, uint32_t length, uint8_t *in,
               const uint8_t *out);
-int32_t chip_bytewrite(Call &call, const char *chip, uint32_t offset, uint8_t mask, const uint8_t *value);
+int32_t chip_bytewrite(Call &&call, const char *chip, uint32_t offset, uint8_t mask, const uint8_t *value);
 // A string property's text into a caller's buffer.
-int32_t get_string(Call &call, OBJ_HANDLE handle, const char *property, char *buf, uint32_t size);
+int32_t get_string(Call &&call, OBJ_HANDLE handle, const char *property, char *buf, uint32_t size);
 
 }  // namespace bspsim::detail::dfl
 
