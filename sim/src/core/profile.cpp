@@ -54,11 +54,10 @@ uint32_t Section::number(const char *text, uint32_t limit, const char *what) con
 std::vector<uint32_t> Section::list(const char *text) const
 {
     std::vector<uint32_t> out;
-    gchar **parts = g_strsplit_set(text, ", \t", -1);
+    g_auto(GStrv) parts = g_strsplit_set(text, ", \t", -1);
     for (gchar **p = parts; *p; ++p) {
         if (**p) out.push_back(number(*p));
     }
-    g_strfreev(parts);
     return out;
 }
 
@@ -101,11 +100,8 @@ void apply_profile(const std::string &path, int depth)
     gsize ngroups = 0;
     gchar **groups = g_key_file_get_groups(kf, &ngroups);
     try {
-        if (gchar *base = g_key_file_get_string(kf, "profile", "base", nullptr)) {
-            std::string base_path = resolve_profile(base);
-            g_free(base);
-            apply_profile(base_path, depth + 1);
-        }
+        g_autofree gchar *base = g_key_file_get_string(kf, "profile", "base", nullptr);
+        if (base) apply_profile(resolve_profile(base), depth + 1);
         for (gsize g = 0; g < ngroups; ++g) {
             if (std::strcmp(groups[g], "profile") == 0) continue;
             const char *name = nullptr;

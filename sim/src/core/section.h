@@ -18,18 +18,16 @@ public:
     // The group's name after its prefix ("FanA" of "object:FanA"), or the whole name.
     const char *name() const { return name_; }
     const char *group() const { return group_; }
-    // Calls fn(key, value) for every key, the value stripped of blanks.
+    // Calls fn(key, value) for every key, the value stripped of blanks (fn may throw).
     template <typename Fn>
     void each(Fn fn) const
     {
         gsize n = 0;
-        gchar **keys = g_key_file_get_keys(kf_, group_, &n, nullptr);
+        g_auto(GStrv) keys = g_key_file_get_keys(kf_, group_, &n, nullptr);
         for (gsize i = 0; i < n; ++i) {
-            gchar *v = g_key_file_get_value(kf_, group_, keys[i], nullptr);
+            g_autofree gchar *v = g_key_file_get_value(kf_, group_, keys[i], nullptr);
             fn(static_cast<const char *>(keys[i]), static_cast<const char *>(g_strstrip(v)));
-            g_free(v);
         }
-        g_strfreev(keys);
     }
     std::string value(const char *key) const;  // "" when absent
     uint32_t number(const char *text) const;
