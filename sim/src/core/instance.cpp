@@ -164,7 +164,7 @@ void make_dirs(const std::string &path, const char *env)
 // Builds an instance of `profile` in `dir`, a directory this simulator just made. The state is
 // written under a temporary name and installed last; the semaphores are made once the profile
 // has loaded.
-void build_instance(const std::string &dir, const std::string &profile)
+int build_instance(const std::string &dir, const std::string &profile)
 {
     std::string path = resolve_profile(profile);
     make_dirs(dir + "/var/log/zelm", nullptr);
@@ -209,6 +209,17 @@ void build_instance(const std::string &dir, const std::string &profile)
     }
     t_building = nullptr;
     munmap(p, size);
+    return semid;
+}
+
+// The marker also names the semaphore set, so that a state file damaged beyond reading does not
+// strand it.
+int marker_semid(const std::string &dir)
+{
+    g_autofree gchar *text = nullptr;
+    if (!g_file_get_contents((dir + "/" + kMarker).c_str(), &text, nullptr, nullptr)) return -1;
+    const char *at = std::strstr(text, "semaphores ");
+    return at ? std::atoi(at + std::strlen("semaphores ")) : -1;
 }
 
 // A directory is the simulator's when it carries the marker, or (made before the marker) a
@@ -230,8 +241,9 @@ std::string new_instance_dir(const std::string &near, const std::string &profile
     std::string templ = near + ".new-XXXXXX";
     if (!mkdtemp(templ.data())) throw Error("cannot create a directory next to " + near + ": " + errno_text());
     try {
-        g_file_set_contents((templ + "/" + kMarker).c_str(), "made by the board simulator\n", -1, nullptr);
-        build_instance(templ, profile);
+        int semid = build_instance(templ, profile);
+        std::string marker = "made by the board simulator; semaphores " + std::to_string(semid) + "\n";
+        g_file_set_contents((templ + "/" + kMarker).c_str(), marker.c_str(), -1, nullptr);
     } catch (...) {
         std::filesystem::remove_all(templ);
         throw;
@@ -310,6 +322,7 @@ std::string persistent(const std::string &profile, bool reset)
     size_t size = 0;
     int semid = -1;
     Found found = map_state(dir, &map, &size, &semid);
+    if (semid < 0) semid = marker_semid(dir);
     if (found == Found::Usable) munmap(map, size);
     if (reset || found != Found::Usable) {
         replace_instance(dir, profile);
@@ -418,14 +431,7 @@ void detach()
 void remove_instance(const std::string &dir)
 {
     if (!ours(dir)) throw Error(dir + " is not a simulated board; leaving it alone");
-    uint8_t *map = nullptr;
-    size_t size = 0;
-    int semid = -1;
-    if (map_state(dir, &map, &size, &semid) == Found::Usable) {
-        semid = reinterpret_cast<Header *>(map)->semid;
-        munmap(map, size);
-    }
-    remove_semaphores(semid);
+    remove_semaphores(marker_semid(dir));
     std::filesystem::remove_all(dir);
 }
 
