@@ -32,26 +32,26 @@ void bus(uint32_t addr, int value = -1)
 TEST(SimCpld, RegisterKindsAsTheBusSeesThem)
 {
     struct Case {
-        const char *spec;
+        const char *definition;
         uint8_t before = 0, guard = 0, write;  // guard: register 0x44
         const char *transcript;                // a read, the write, a read
     };
     for (const Case &c : std::vector<Case>{
-             {.spec = "0x40 ro", .before = 0x5A, .write = 0xFF, .transcript = "rd 40=5a wr 40=ff!wp rd 40=5a"},
-             {.spec = "0x40 w1c", .before = 0xF0, .write = 0x30, .transcript = "rd 40=f0 wr 40=30 rd 40=c0"},
-             {.spec = "0x40 selftest", .write = 0x5A, .transcript = "rd 40=ff wr 40=5a rd 40=a5"},
-             {.spec = "0x40 protect 0x0F 0x44 0x01 0x00", .guard = 1, .write = 0xFF, .transcript = "rd 40=00 wr 40=ff!wp rd 40=f0"},
-             {.spec = "0x40 protect 0x0F 0x44 0x01 0x00", .write = 0xFF, .transcript = "rd 40=00 wr 40=ff rd 40=ff"},
-             {.spec = "0x40 reset 0x77 plain", .write = 0x01, .transcript = "rd 40=77 wr 40=01 rd 40=01"},
+             {.definition = "0x40 ro", .before = 0x5A, .write = 0xFF, .transcript = "rd 40=5a wr 40=ff!wp rd 40=5a"},
+             {.definition = "0x40 w1c", .before = 0xF0, .write = 0x30, .transcript = "rd 40=f0 wr 40=30 rd 40=c0"},
+             {.definition = "0x40 selftest", .write = 0x5A, .transcript = "rd 40=ff wr 40=5a rd 40=a5"},
+             {.definition = "0x40 protect 0x0F 0x44 0x01 0x00", .guard = 1, .write = 0xFF, .transcript = "rd 40=00 wr 40=ff!wp rd 40=f0"},
+             {.definition = "0x40 protect 0x0F 0x44 0x01 0x00", .write = 0xFF, .transcript = "rd 40=00 wr 40=ff rd 40=ff"},
+             {.definition = "0x40 reset 0x77 plain", .write = 0x01, .transcript = "rd 40=77 wr 40=01 rd 40=01"},
          }) {
         auto board = bspsim::Board::create();
         board->set_reg(0x40, c.before);
         board->set_reg(0x44, c.guard);
-        board->map_register("r", c.spec);
+        board->map_register("r", c.definition);
         bus(0x40);
         bus(0x40, c.write);
         bus(0x40);
-        EXPECT_EQ(board->transcript(), c.transcript) << c.spec;
+        EXPECT_EQ(board->transcript(), c.transcript) << c.definition;
     }
     EXPECT_THROW(bspsim::Board::create()->map_register("r", "0x40 protect 0x0F 0x400 1 0"), bspsim::Error);
 }

@@ -96,7 +96,7 @@ const char *op_name(Op op);
 enum class Device : uint32_t { SysInfo = 0, TtyS0 = 1 };
 
 // Event flags.
-inline constexpr uint32_t kFlagBlocked = 1u << 0;     // a write that write protection stopped
+inline constexpr uint32_t kFlagBlocked = 1u << 0;     // a write that write protection (or a read-only register) stopped
 inline constexpr uint32_t kFlagInjected = 1u << 1;    // the result came from fault injection
 inline constexpr uint32_t kFlagUnbalanced = 1u << 2;  // a semaphore given that was not taken
 inline constexpr uint32_t kFlagMalformed = 1u << 3;   // a request the device refused as malformed
@@ -183,7 +183,7 @@ public:
     void set_ram(uint32_t addr, uint8_t value);
     // Names a register and gives it a kind, as a profile's [cpld.map] line does:
     // "ADDR [ro|w1c|selftest] [protect MASK GUARD GUARD_MASK OPEN] [reset VALUE]".
-    void map_register(const std::string &name, const std::string &spec);
+    void map_register(const std::string &name, const std::string &definition);
     // Bits of `mask` in `reg` can only be written while (reg(guard) & guard_mask) == open_value.
     void protect(uint32_t reg, uint8_t mask, uint32_t guard, uint8_t guard_mask, uint8_t open_value);
     // The register answers the complement of the last value written to it.
@@ -263,9 +263,11 @@ private:
 //   srd 13=05  swr 13=05                                        SPI read/write
 //   gi 12=out  gr 12=1  gw 12=0                                 GPIO init/read/write
 //   open sys_info  ioctl 80047306=52  ioctl:tty 540b=0  close sys_info
-//   P29  P29/2 (wait of 2 s)  V29  delay 10  cpldid 0=2  cpldnum 2  tcget tty  tcset tty
+//   P29  P29/2 (wait of 2 s)  V29  delay 10  cpldid 0=2  cpldnum 2  tcget tty  tcset tty ixon ixoff
+//   (the serial port's software flow control after the call)
 //   other calls: the operation's name and the event's name ("dfl_get_prop cpld1.LBus")
-// Suffixes: "!wp" a write that write protection blocked, "!bad" a malformed request,
+// Suffixes: "!wp" a write that write protection or a read-only register blocked, "!bad" a
+// malformed request,
 // "!unbal" a give without a take, "!CODE" a failed call (injected or not).
 std::string transcript_token(const Event &e);
 std::string transcript(const std::vector<Event> &events);

@@ -57,9 +57,9 @@ uint8_t closed_bits(const RegDef &d)
 }
 
 // "ADDR [ro|w1c|selftest|plain] [protect MASK GUARD GUARD_MASK OPEN] [reset VALUE]"
-void map_register(const std::string &name, const std::string &spec)
+void map_register(const std::string &name, const std::string &definition)
 {
-    gchar **words = g_strsplit_set(spec.c_str(), " \t", -1);
+    gchar **words = g_strsplit_set(definition.c_str(), " \t", -1);
     std::vector<std::string> w;
     for (gchar **p = words; *p; ++p) {
         if (**p) w.emplace_back(*p);
@@ -67,7 +67,7 @@ void map_register(const std::string &name, const std::string &spec)
     g_strfreev(words);
     size_t i = 0;
     auto number = [&](uint32_t limit) {
-        if (i >= w.size()) throw Error("register " + name + ": '" + spec + "' ends early");
+        if (i >= w.size()) throw Error("register " + name + ": '" + definition + "' ends early");
         char *end = nullptr;
         unsigned long v = std::strtoul(w[i].c_str(), &end, 0);
         if (*end != '\0' || w[i][0] == '-' || v >= limit) throw Error("register " + name + ": bad number '" + w[i] + "'");
@@ -221,10 +221,10 @@ void Board::set_reg(uint32_t addr, uint8_t value)
     cpld::st().regs[addr] = value;
 }
 
-void Board::map_register(const std::string &name, const std::string &spec)
+void Board::map_register(const std::string &name, const std::string &definition)
 {
     Lock lock;
-    cpld::map_register(name, spec);
+    cpld::map_register(name, definition);
 }
 
 void Board::protect(uint32_t reg, uint8_t mask, uint32_t guard, uint8_t guard_mask, uint8_t open_value)
