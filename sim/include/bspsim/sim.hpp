@@ -267,8 +267,7 @@ private:
 //   (the serial port's software flow control after the call)
 //   other calls: the operation's name and the event's name ("dfl_get_prop cpld1.LBus")
 // Suffixes: "!wp" a write that write protection or a read-only register blocked, "!bad" a
-// malformed request,
-// "!unbal" a give without a take, "!CODE" a failed call (injected or not).
+// malformed request, "!unbal" a give without a take, "!CODE" a failed call (injected or not).
 std::string transcript_token(const Event &e);
 std::string transcript(const std::vector<Event> &events);
 
