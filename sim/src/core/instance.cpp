@@ -235,11 +235,11 @@ bool ours(const std::string &dir)
     return read_ok && magic == kMagic;
 }
 
-// A fresh directory holding a new instance of `profile`, next to `near` (same file system).
-std::string new_instance_dir(const std::string &near, const std::string &profile)
+// A fresh directory PREFIX-XXXXXX holding a new instance of `profile`.
+std::string new_instance_dir(const std::string &prefix, const std::string &profile)
 {
-    std::string templ = near + ".new-XXXXXX";
-    if (!mkdtemp(templ.data())) throw Error("cannot create a directory next to " + near + ": " + errno_text());
+    std::string templ = prefix + "-XXXXXX";
+    if (!mkdtemp(templ.data())) throw Error("cannot create " + templ + ": " + errno_text());
     try {
         int semid = build_instance(templ, profile);
         std::string marker = "made by the board simulator; semaphores " + std::to_string(semid) + "\n";
@@ -293,7 +293,7 @@ void replace_instance(const std::string &dir, const std::string &profile)
     if (g_file_test(dir.c_str(), G_FILE_TEST_EXISTS) && !ours(dir)) {
         throw Error(dir + " is not a simulated board; leaving it alone");
     }
-    std::string fresh = new_instance_dir(dir, profile);
+    std::string fresh = new_instance_dir(dir + ".new", profile);
     if (g_file_test(dir.c_str(), G_FILE_TEST_EXISTS)) remove_instance(dir);
     if (rename(fresh.c_str(), dir.c_str()) != 0) {
         std::string why = errno_text();
