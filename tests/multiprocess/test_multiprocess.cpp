@@ -10,10 +10,7 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <cstdint>
-#include <cstdio>
 #include <functional>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -33,6 +30,7 @@ constexpr uint32_t kLen = 64;
 constexpr int kWorkers = 4;
 constexpr int kRounds = 2000;
 constexpr auto kDeadline = 240s;
+constexpr int kRoundsAfter = 200;  // of the workers that come after a process was killed
 
 using Pattern = std::array<uint8_t, kLen>;
 
@@ -45,13 +43,8 @@ Pattern pattern(int worker)
     return p;
 }
 
-bool whole_pattern(const Pattern &read)
-{
-    for (int w = 0; w < kWorkers; ++w) {
-        if (read == pattern(w)) return true;
-    }
-    return false;
-}
+// The first byte says whose pattern it must be.
+bool whole_pattern(const Pattern &read) { return read[0] / kLen < kWorkers && read == pattern(read[0] / kLen); }
 
 // What each worker reports, in memory shared with the parent.
 struct Tally {
@@ -61,21 +54,13 @@ struct Tally {
     Pattern first_mixed;
 };
 
-class SharedTallies {
-public:
-    explicit SharedTallies(size_t n) : n_(n)
-    {
-        void *p = mmap(nullptr, sizeof(Tally) * n, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        if (p == MAP_FAILED) throw std::runtime_error("mmap failed");
-        t_ = new (p) Tally[n]{};
-    }
-    ~SharedTallies() { munmap(t_, sizeof(Tally) * n_); }
-    Tally &operator[](size_t i) { return t_[i]; }
-
-private:
-    size_t n_;
-    Tally *t_;
-};
+// Tallies in memory the children share with the parent (a test process lives for one test).
+Tally *shared_tallies(size_t n)
+{
+    void *p = mmap(nullptr, sizeof(Tally) * n, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (p == MAP_FAILED) throw std::runtime_error("mmap failed");
+    return new (p) Tally[n]{};
+}
 
 // Writes its own pattern over the shared range and reads the range back, `rounds` times.
 // Another worker may write between the two calls, so the read may be someone else's pattern,
@@ -106,82 +91,58 @@ pid_t spawn(const std::function<void()> &body)
     return pid;
 }
 
-// Waits for every child; false (and the rest killed) when the deadline passes first.
-bool wait_all(std::vector<pid_t> pids, std::chrono::seconds deadline, std::vector<int> *statuses = nullptr)
+// Waits for every child; one still running at the deadline is killed (status -1).
+std::vector<int> wait_all(const std::vector<pid_t> &pids)
 {
-    auto until = std::chrono::steady_clock::now() + deadline;
-    std::vector<int> st(pids.size(), -1);
-    size_t left = pids.size();
-    while (left > 0 && std::chrono::steady_clock::now() < until) {
-        for (size_t i = 0; i < pids.size(); ++i) {
-            if (pids[i] <= 0) continue;
-            int s = 0;
-            if (waitpid(pids[i], &s, WNOHANG) == pids[i]) {
-                st[i] = s;
-                pids[i] = 0;
-                --left;
-            }
+    auto until = std::chrono::steady_clock::now() + kDeadline;
+    std::vector<int> statuses(pids.size(), -1);
+    for (size_t i = 0; i < pids.size(); ++i) {
+        while (waitpid(pids[i], &statuses[i], WNOHANG) == 0 && std::chrono::steady_clock::now() < until) {
+            std::this_thread::sleep_for(5ms);
         }
-        if (left > 0) std::this_thread::sleep_for(5ms);
+        if (statuses[i] == -1 && kill(pids[i], SIGKILL) == 0) waitpid(pids[i], nullptr, 0);
     }
-    for (pid_t p : pids) {
-        if (p > 0) {
-            kill(p, SIGKILL);
-            waitpid(p, nullptr, 0);
-        }
-    }
-    if (statuses) *statuses = st;
-    return left == 0;
+    return statuses;
 }
 
-std::string hexdump(const Pattern &p)
-{
-    std::string s;
-    char buf[4];
-    for (uint8_t b : p) {
-        std::snprintf(buf, sizeof buf, "%02x ", b);
-        s += buf;
+// `n` workers of `rounds` rounds each, started at once.
+struct Workers {
+    Workers(int n, int rounds) : rounds(rounds), tallies(shared_tallies(static_cast<size_t>(n)))
+    {
+        for (int w = 0; w < n; ++w) pids.push_back(spawn([&, w] { worker(w, rounds, tallies[w]); }));
     }
-    return s;
-}
-
-void expect_clean(SharedTallies &tallies, const std::vector<int> &statuses, int rounds)
-{
-    for (size_t w = 0; w < statuses.size(); ++w) {
-        SCOPED_TRACE("worker " + std::to_string(w));
-        EXPECT_TRUE(WIFEXITED(statuses[w]) && WEXITSTATUS(statuses[w]) == 0);
-        EXPECT_EQ(tallies[w].rounds.load(), rounds);
-        EXPECT_EQ(tallies[w].failed.load(), 0);
-        EXPECT_EQ(tallies[w].mixed.load(), 0) << "first mixed read: " << hexdump(tallies[w].first_mixed);
+    // Every worker finished in time, made all its rounds, and read only whole patterns.
+    void expect_clean()
+    {
+        std::vector<int> statuses = wait_all(pids);
+        for (size_t w = 0; w < statuses.size(); ++w) {
+            SCOPED_TRACE("worker " + std::to_string(w));
+            EXPECT_TRUE(WIFEXITED(statuses[w]) && WEXITSTATUS(statuses[w]) == 0) << "blocked, or died";
+            EXPECT_EQ(tallies[w].rounds.load(), rounds);
+            EXPECT_EQ(tallies[w].failed.load(), 0);
+            EXPECT_EQ(tallies[w].mixed.load(), 0) << "first mixed read: " << testing::PrintToString(tallies[w].first_mixed);
+        }
     }
-}
+    int rounds;
+    Tally *tallies;
+    std::vector<pid_t> pids;
+};
 
 class MultiProcess : public ::testing::Test {
 protected:
+    bspsim::Board &sim() { return *board_; }
     // The SMM board reaches its CPLD over the local bus without asking the object framework
     // first, which keeps thousands of rounds quick.
-    void SetUp() override { board_ = bspsim::Board::create("smm"); }
-    void TearDown() override { board_.reset(); }
-    bspsim::Board &sim() { return *board_; }
-
-private:
-    std::unique_ptr<bspsim::Board> board_;
+    std::unique_ptr<bspsim::Board> board_ = bspsim::Board::create("smm");
 };
 
 TEST_F(MultiProcess, RangesOfFourProcessesNeverMix)
 {
-    SharedTallies tallies(kWorkers);
-    std::vector<pid_t> pids;
-    for (int w = 0; w < kWorkers; ++w) pids.push_back(spawn([&, w] { worker(w, kRounds, tallies[w]); }));
-    std::vector<int> statuses;
-    ASSERT_TRUE(wait_all(pids, kDeadline, &statuses)) << "workers did not finish";
-    expect_clean(tallies, statuses, kRounds);
+    Workers(kWorkers, kRounds).expect_clean();
     EXPECT_EQ(sim().sem_value(kSem), 1);
-    EXPECT_TRUE(whole_pattern([&] {
-        Pattern p;
-        for (uint32_t i = 0; i < kLen; ++i) p[i] = sim().ram(kRange + i);
-        return p;
-    }())) << "the range holds the last writer's whole pattern";
+    Pattern last{};
+    for (uint32_t i = 0; i < kLen; ++i) last[i] = sim().ram(kRange + i);
+    EXPECT_TRUE(whole_pattern(last)) << "the range holds the last writer's whole pattern";
 }
 
 // A process that dies holding the semaphore: the kernel gives it back (SEM_UNDO), and the
@@ -199,30 +160,22 @@ TEST_F(MultiProcess, HolderKilledWithTheSemaphoreDoesNotBlockTheOthers)
     ASSERT_EQ(read(ready[0], &c, 1), 1);
     EXPECT_EQ(sim().sem_value(kSem), 0);
 
-    constexpr int kRoundsAfter = 200;
-    SharedTallies tallies(2);
-    std::vector<pid_t> pids;
-    for (int w = 0; w < 2; ++w) pids.push_back(spawn([&, w] { worker(w, kRoundsAfter, tallies[w]); }));
+    Workers after(2, kRoundsAfter);
     // While the holder lives, nobody gets in.
     std::this_thread::sleep_for(300ms);
-    for (int w = 0; w < 2; ++w) EXPECT_EQ(tallies[w].rounds.load(), 0) << "worker " << w << " got past the holder";
+    EXPECT_EQ(after.tallies[0].rounds + after.tallies[1].rounds, 0) << "a worker got past the holder";
     EXPECT_TRUE(sim().events(bspsim::Op::LocalBusWrite).empty());
-
     ASSERT_EQ(kill(holder, SIGKILL), 0);
     ASSERT_EQ(waitpid(holder, nullptr, 0), holder);
-    std::vector<int> statuses;
-    ASSERT_TRUE(wait_all(pids, kDeadline, &statuses)) << "workers stayed blocked after the holder died";
-    expect_clean(tallies, statuses, kRoundsAfter);
+    after.expect_clean();
     EXPECT_EQ(sim().sem_value(kSem), 1);
-    close(ready[0]);
-    close(ready[1]);
 }
 
 // A process killed in the middle of a range (it holds the semaphore for the whole range) leaves
 // a half-written range behind, but no lock: the next processes write and read whole ranges.
 TEST_F(MultiProcess, ProcessKilledMidRangeDoesNotBlockTheOthers)
 {
-    SharedTallies victim_tally(1);
+    Tally *victim_tally = shared_tallies(1);
     pid_t victim = spawn([&] { worker(3, 1 << 30, victim_tally[0]); });
     // Alone on the board, the victim holds the semaphore nearly all the time: catch it holding.
     auto until = std::chrono::steady_clock::now() + 30s;
@@ -234,13 +187,7 @@ TEST_F(MultiProcess, ProcessKilledMidRangeDoesNotBlockTheOthers)
     ASSERT_EQ(waitpid(victim, nullptr, 0), victim);
     EXPECT_EQ(sim().sem_value(kSem), 1) << "the dead holder's take is undone";
 
-    constexpr int kRoundsAfter = 200;
-    SharedTallies tallies(2);
-    std::vector<pid_t> pids;
-    for (int w = 0; w < 2; ++w) pids.push_back(spawn([&, w] { worker(w, kRoundsAfter, tallies[w]); }));
-    std::vector<int> statuses;
-    ASSERT_TRUE(wait_all(pids, kDeadline, &statuses)) << "workers blocked after the victim died";
-    expect_clean(tallies, statuses, kRoundsAfter);
+    Workers(2, kRoundsAfter).expect_clean();
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -17,55 +18,76 @@ namespace bspsim {
 
 // Environment variable that attaches a process to an instance directory.
 inline constexpr const char *kInstanceEnv = "BSPSIM_INSTANCE";
+// Which board of the instance's enclosure a process is (0 when unset).
+inline constexpr const char *kBoardEnv = "BSPSIM_BOARD";
+// The profile a tool uses when none is named on its command line.
+inline constexpr const char *kProfileEnv = "BSPSIM_PROFILE";
 
-// Every platform operation the simulator records or can be told to fail.
+// Each instance's semaphore set is keyed (kSemKeyTag << 24) | (creator's pid & 0x3FFFFF) << 2 | n,
+// so the sets one process made can be found in /proc/sysvipc/sem.
+inline constexpr uint32_t kSemKeyTag = 0x42;
+
+// What the simulator throws when an instance cannot be created or attached, or a test asks for
+// something the board does not have: one line naming the path or value and why.
+class Error : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Every platform operation the simulator records or can be told to fail, with its name in the
+// record (one list, so an operation cannot lack a name).
+#define BSPSIM_OPS(X)                                                                         \
+    X(None, "none")                                                                           \
+    X(LocalBusRead, "local_bus_read")   /* a = register, b = mask, len = bytes, value = first byte read */ \
+    X(LocalBusWrite, "local_bus_write") /* a = register, b = mask, value = byte written */   \
+    X(SpiRead, "spi_read")              /* a = register, value = byte read */                 \
+    X(SpiWrite, "spi_write")            /* a = register, value = byte written */              \
+    X(GpioInit, "gpio_init")            /* a = pin, b = direction */                          \
+    X(GpioRead, "gpio_read")            /* a = pin, value = level */                          \
+    X(GpioWrite, "gpio_write")          /* a = pin, value = level */                          \
+    X(DevOpen, "dev_open")              /* a = device (Device), name = path */                \
+    X(DevIoctl, "dev_ioctl")            /* a = device, b = request, value = word answered */  \
+    X(DevClose, "dev_close")            /* a = device */                                      \
+    X(SemP, "sem_p")                    /* a = semaphore id, b = wait in seconds */           \
+    X(SemV, "sem_v")                    /* a = semaphore id */                                \
+    X(Delay, "delay")                   /* a = milliseconds */                                \
+    X(FileOpen, "file_open")            /* name = the fixed path asked for (log files) */     \
+    X(FileAccessible, "file_access")    /* name = path, value = answer */                     \
+    X(CpldGetId, "cpld_get_id")         /* a = CPLD index */                                  \
+    X(CpldSetNum, "cpld_set_num")       /* a = count */                                       \
+    X(MemcpyS, "memcpy_s")                                                                    \
+    X(MemmoveS, "memmove_s")                                                                  \
+    X(MemsetS, "memset_s")                                                                    \
+    X(StrcpyS, "strcpy_s")                                                                    \
+    X(StrncpyS, "strncpy_s")                                                                  \
+    X(StrncatS, "strncat_s")                                                                  \
+    X(SprintfS, "sprintf_s")                                                                  \
+    X(SnprintfS, "snprintf_s")                                                                \
+    X(TaskMutexCreate, "task_mutex")                                                          \
+    X(Termios, "termios")  /* a = device, b = 0 get / 1 set, value = flow-control flags after */ \
+    /* The object framework: a = object handle (low 32 bits), name = "object.property". */    \
+    X(DflGetHandle, "dfl_get_handle")   /* name = object name */                              \
+    X(DflGetName, "dfl_get_name")                                                             \
+    X(DflGetList, "dfl_get_list")       /* name = class */                                    \
+    X(DflGetRef, "dfl_get_ref")                                                               \
+    X(DflGetProp, "dfl_get_prop")                                                             \
+    X(DflSetProp, "dfl_set_prop")       /* b = option */                                      \
+    X(DflGetHw, "dfl_get_hw")           /* b = option */                                      \
+    X(DflGetAccessor, "dfl_get_accessor")                                                     \
+    X(DflCallMethod, "dfl_call_method") /* name = "object.method", b = inputs, value = outputs */ \
+    X(DflBlockRead, "dfl_block_read")   /* b = offset, len = length, value = first byte moved */ \
+    X(DflBlockWrite, "dfl_block_write") /* b = offset, len = length, value = first byte moved */ \
+    X(DflChipByteWrite, "dfl_chip_bytewrite") /* name = chip, a = offset, b = mask, value = byte */ \
+    X(DflReboot, "dfl_reboot")                                                                \
+    X(DalGetString, "dal_get_string")                                                         \
+    X(GetUbootNum, "get_cur_uboot_num") /* value = boot-loader copy number answered */        \
+    X(GetUbootVer, "get_uboot_ver")     /* a = boot-loader copy, name = version answered */   \
+    X(GetSdkVer, "get_sdk_ver")         /* a = first length, b = second length, name = first version */
+
 enum class Op : uint32_t {
-    None = 0,
-    LocalBusRead,   // a = register, b = mask, len = bytes, value = first byte read
-    LocalBusWrite,  // a = register, b = mask, value = byte written
-    SpiRead,        // a = register, value = byte read
-    SpiWrite,       // a = register, value = byte written
-    GpioInit,       // a = pin, b = direction
-    GpioRead,       // a = pin, value = level
-    GpioWrite,      // a = pin, value = level
-    DevOpen,        // a = device (Device), name = path
-    DevIoctl,       // a = device, b = request, value = word answered
-    DevClose,       // a = device
-    SemP,           // a = semaphore id, b = wait in seconds
-    SemV,           // a = semaphore id
-    Delay,          // a = milliseconds
-    FileOpen,       // name = the fixed path asked for (mapped log files)
-    FileAccessible, // name = path, value = answer
-    CpldGetId,      // a = CPLD index
-    CpldSetNum,     // a = count
-    MemcpyS,
-    MemmoveS,
-    MemsetS,
-    StrcpyS,
-    StrncpyS,
-    StrncatS,
-    SprintfS,
-    SnprintfS,
-    TaskMutexCreate,
-    Termios,        // a = device, b = 0 get / 1 set
-    // The object framework: a = object handle (low 32 bits), name = "object.property".
-    DflGetHandle,   // name = object name
-    DflGetName,
-    DflGetList,     // name = class
-    DflGetRef,
-    DflGetProp,
-    DflSetProp,     // b = option
-    DflGetHw,       // b = option
-    DflGetAccessor,
-    DflCallMethod,  // name = "object.method", b = inputs, value = outputs answered
-    DflBlockRead,   // b = offset, len = length, value = first byte moved
-    DflBlockWrite,  // b = offset, len = length, value = first byte moved
-    DflChipByteWrite, // name = chip, a = offset, b = mask, value = byte
-    DflReboot,
-    DalGetString,
-    GetUbootNum,    // value = boot-loader copy number answered
-    GetUbootVer,    // a = boot-loader copy, name = version answered
-    GetSdkVer,      // a = first length, b = second length, name = first version answered
+#define BSPSIM_OP_ENUM(id, name) id,
+    BSPSIM_OPS(BSPSIM_OP_ENUM)
+#undef BSPSIM_OP_ENUM
     Count
 };
 
@@ -74,7 +96,7 @@ const char *op_name(Op op);
 enum class Device : uint32_t { SysInfo = 0, TtyS0 = 1 };
 
 // Event flags.
-inline constexpr uint32_t kFlagBlocked = 1u << 0;     // a write that write protection stopped
+inline constexpr uint32_t kFlagBlocked = 1u << 0;     // a write that write protection (or a read-only register) stopped
 inline constexpr uint32_t kFlagInjected = 1u << 1;    // the result came from fault injection
 inline constexpr uint32_t kFlagUnbalanced = 1u << 2;  // a semaphore given that was not taken
 inline constexpr uint32_t kFlagMalformed = 1u << 3;   // a request the device refused as malformed
@@ -127,7 +149,8 @@ class Board {
 public:
     // Creates a fresh instance from a profile (name under the profile directory, or a path)
     // in a new temporary directory, points BSPSIM_INSTANCE at it (children inherit it) and
-    // attaches this process. The destructor removes the instance.
+    // attaches this process. The destructor removes the instance. Throws Error when the
+    // profile cannot be loaded or the directory cannot be made; nothing is left behind then.
     static std::unique_ptr<Board> create(const std::string &profile = "default");
     ~Board();
     Board(const Board &) = delete;
@@ -150,11 +173,17 @@ public:
     bool pin_initialised(uint32_t pin) const;
     uint32_t pin_direction(uint32_t pin) const;
 
-    // CPLD register file and RAM, by the back door (nothing is recorded).
+    // CPLD register file and RAM, by the back door (nothing is recorded). Registers 0 to
+    // 0x3FF. A RAM address is what the library puts on the window (0 to 0xFFFF); the RAM
+    // decodes its low 13 bits, so the window shows the 8 KiB every 8 KiB. Anything else
+    // throws std::out_of_range.
     uint8_t reg(uint32_t addr) const;
     void set_reg(uint32_t addr, uint8_t value);
-    uint8_t ram(uint32_t addr) const;  // low 13 bits used
+    uint8_t ram(uint32_t addr) const;
     void set_ram(uint32_t addr, uint8_t value);
+    // Names a register and gives it a kind, as a profile's [cpld.map] line does:
+    // "ADDR [ro|w1c|selftest] [protect MASK GUARD GUARD_MASK OPEN] [reset VALUE]".
+    void map_register(const std::string &name, const std::string &definition);
     // Bits of `mask` in `reg` can only be written while (reg(guard) & guard_mask) == open_value.
     void protect(uint32_t reg, uint8_t mask, uint32_t guard, uint8_t guard_mask, uint8_t open_value);
     // The register answers the complement of the last value written to it.
@@ -234,19 +263,29 @@ private:
 //   srd 13=05  swr 13=05                                        SPI read/write
 //   gi 12=out  gr 12=1  gw 12=0                                 GPIO init/read/write
 //   open sys_info  ioctl 80047306=52  ioctl:tty 540b=0  close sys_info
-//   P29  P29/2 (wait of 2 s)  V29  delay 10  cpldid 0=2  cpldnum 2  tcget tty  tcset tty
+//   P29  P29/2 (wait of 2 s)  V29  delay 10  cpldid 0=2  cpldnum 2  tcget tty  tcset tty ixon ixoff
+//   (the serial port's software flow control after the call)
 //   other calls: the operation's name and the event's name ("dfl_get_prop cpld1.LBus")
-// Suffixes: "!wp" a write that write protection blocked, "!bad" a malformed request,
-// "!unbal" a give without a take, "!CODE" a failed call (injected or not).
+// Suffixes: "!wp" a write that write protection or a read-only register blocked, "!bad" a
+// malformed request, "!unbal" a give without a take, "!CODE" a failed call (injected or not).
 std::string transcript_token(const Event &e);
 std::string transcript(const std::vector<Event> &events);
 
 // Process-level helpers for tools.
 // Attaches this process to the persistent instance of `profile` (created when missing) unless
 // BSPSIM_INSTANCE already names one; returns the instance directory.
+// A damaged instance is rebuilt from its profile (and said so on stderr). Throws Error when the
+// profile name is empty or path-like, the profile cannot be loaded, or BSPSIM_HOME,
+// BSPSIM_INSTANCE or BSPSIM_PROFILE_DIR is unusable; the existing instance is then untouched.
 std::string attach_persistent(const std::string &profile);
-// Recreates the persistent instance of `profile` from the profile file.
+// Recreates the persistent instance of `profile` from the profile file (the old one goes only
+// once the new one is built). Throws Error as attach_persistent does.
 std::string reset_persistent(const std::string &profile);
+// The profile a tool uses when none is named: BSPSIM_PROFILE, else "default"; and the two
+// calls above on it.
+std::string default_profile();
+std::string attach_persistent();
+std::string reset_persistent();
 // Directory of the shipped profiles and the names found there.
 std::string profile_dir();
 std::vector<std::string> profile_names();

@@ -1,5 +1,7 @@
 // Compact rendering of the record: one short token per platform call, so a test can compare a
 // whole sequence of what the board saw in one line, and bspctl --trace can show it.
+#include <termios.h>
+
 #include <cstdarg>
 #include <cstdio>
 #include <string>
@@ -52,7 +54,7 @@ std::string body(const Event &e)
     case Op::FileAccessible: return fmt("access %s=%u", e.name.c_str(), e.value);
     case Op::CpldGetId: return fmt("cpldid %u=%u", e.a, e.value);
     case Op::CpldSetNum: return fmt("cpldnum %u", e.a);
-    case Op::Termios: return e.b ? "tcset tty" : "tcget tty";
+    case Op::Termios: return fmt("%s tty%s%s", e.b ? "tcset" : "tcget", e.value & IXON ? " ixon" : "", e.value & IXOFF ? " ixoff" : "");
     case Op::DflBlockRead:
     case Op::DflBlockWrite: return fmt("%s %s@%u+%u", op_name(e.op), e.name.c_str(), e.b, e.len);
     case Op::DflChipByteWrite: return fmt("%s %s@%x&%02x=%02x", op_name(e.op), e.name.c_str(), e.a, e.b, e.value);

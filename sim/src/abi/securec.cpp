@@ -1,5 +1,5 @@
 // Bounded memory and string functions with the platform's semantics. Calls are not recorded
-// (they are not hardware), but any of them can be told to fail.
+// (they are not hardware), but any of them can be told to fail: each runs a quiet call object.
 #include <cerrno>
 #include <cstdarg>
 #include <cstdint>
@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "platform/securec.h"
-#include "state.h"
+#include "core/core.h"
 
 using namespace bspsim;
 using namespace bspsim::detail;
@@ -34,12 +34,9 @@ int fail_string(char *dest, size_t destMax, int code)
 
 }  // namespace
 
-extern "C" {
-
-__attribute__((visibility("default"))) int memcpy_s(void *dest, size_t destMax, const void *src, size_t count)
+BSPSIM_API int memcpy_s(void *dest, size_t destMax, const void *src, size_t count)
 {
-    int32_t code = 0;
-    if (injected(Op::MemcpyS, kAnyKey, &code)) return code;
+    if (int32_t code = 0; Call(Op::MemcpyS, kAnyKey, {}, true).fault(&code)) return code;
     if (!dest || destMax == 0) return kErrInvalid;
     if (!src) {
         std::memset(dest, 0, destMax);
@@ -57,10 +54,9 @@ __attribute__((visibility("default"))) int memcpy_s(void *dest, size_t destMax, 
     return 0;
 }
 
-__attribute__((visibility("default"))) int memmove_s(void *dest, size_t destMax, const void *src, size_t count)
+BSPSIM_API int memmove_s(void *dest, size_t destMax, const void *src, size_t count)
 {
-    int32_t code = 0;
-    if (injected(Op::MemmoveS, kAnyKey, &code)) return code;
+    if (int32_t code = 0; Call(Op::MemmoveS, kAnyKey, {}, true).fault(&code)) return code;
     if (!dest || destMax == 0) return kErrInvalid;
     if (!src) {
         std::memset(dest, 0, destMax);
@@ -74,10 +70,9 @@ __attribute__((visibility("default"))) int memmove_s(void *dest, size_t destMax,
     return 0;
 }
 
-__attribute__((visibility("default"))) int memset_s(void *dest, size_t destMax, int c, size_t count)
+BSPSIM_API int memset_s(void *dest, size_t destMax, int c, size_t count)
 {
-    int32_t code = 0;
-    if (injected(Op::MemsetS, kAnyKey, &code)) return code;
+    if (int32_t code = 0; Call(Op::MemsetS, kAnyKey, {}, true).fault(&code)) return code;
     if (!dest || destMax == 0) return kErrInvalid;
     if (count > destMax) {
         std::memset(dest, c, destMax);
@@ -87,10 +82,9 @@ __attribute__((visibility("default"))) int memset_s(void *dest, size_t destMax, 
     return 0;
 }
 
-__attribute__((visibility("default"))) int strcpy_s(char *dest, size_t destMax, const char *src)
+BSPSIM_API int strcpy_s(char *dest, size_t destMax, const char *src)
 {
-    int32_t code = 0;
-    if (injected(Op::StrcpyS, kAnyKey, &code)) return code;
+    if (int32_t code = 0; Call(Op::StrcpyS, kAnyKey, {}, true).fault(&code)) return code;
     if (!dest || destMax == 0) return kErrInvalid;
     if (!src) return fail_string(dest, destMax, kErrInvalid);
     size_t n = strnlen(src, destMax);
@@ -100,10 +94,9 @@ __attribute__((visibility("default"))) int strcpy_s(char *dest, size_t destMax, 
     return 0;
 }
 
-__attribute__((visibility("default"))) int strncpy_s(char *dest, size_t destMax, const char *src, size_t count)
+BSPSIM_API int strncpy_s(char *dest, size_t destMax, const char *src, size_t count)
 {
-    int32_t code = 0;
-    if (injected(Op::StrncpyS, kAnyKey, &code)) return code;
+    if (int32_t code = 0; Call(Op::StrncpyS, kAnyKey, {}, true).fault(&code)) return code;
     if (!dest || destMax == 0) return kErrInvalid;
     if (!src) return fail_string(dest, destMax, kErrInvalid);
     size_t n = strnlen(src, count);
@@ -114,10 +107,9 @@ __attribute__((visibility("default"))) int strncpy_s(char *dest, size_t destMax,
     return 0;
 }
 
-__attribute__((visibility("default"))) int strncat_s(char *dest, size_t destMax, const char *src, size_t count)
+BSPSIM_API int strncat_s(char *dest, size_t destMax, const char *src, size_t count)
 {
-    int32_t code = 0;
-    if (injected(Op::StrncatS, kAnyKey, &code)) return code;
+    if (int32_t code = 0; Call(Op::StrncatS, kAnyKey, {}, true).fault(&code)) return code;
     if (!dest || destMax == 0) return kErrInvalid;
     if (!src) return fail_string(dest, destMax, kErrInvalid);
     size_t have = strnlen(dest, destMax);
@@ -129,10 +121,9 @@ __attribute__((visibility("default"))) int strncat_s(char *dest, size_t destMax,
     return 0;
 }
 
-__attribute__((visibility("default"))) int sprintf_s(char *dest, size_t destMax, const char *fmt, ...)
+BSPSIM_API int sprintf_s(char *dest, size_t destMax, const char *fmt, ...)
 {
-    int32_t code = 0;
-    if (injected(Op::SprintfS, kAnyKey, &code)) return code;
+    if (int32_t code = 0; Call(Op::SprintfS, kAnyKey, {}, true).fault(&code)) return code;
     if (!dest || destMax == 0 || !fmt) return -1;
     va_list ap;
     va_start(ap, fmt);
@@ -145,10 +136,9 @@ __attribute__((visibility("default"))) int sprintf_s(char *dest, size_t destMax,
     return n;
 }
 
-__attribute__((visibility("default"))) int snprintf_s(char *dest, size_t destMax, size_t count, const char *fmt, ...)
+BSPSIM_API int snprintf_s(char *dest, size_t destMax, size_t count, const char *fmt, ...)
 {
-    int32_t code = 0;
-    if (injected(Op::SnprintfS, kAnyKey, &code)) return code;
+    if (int32_t code = 0; Call(Op::SnprintfS, kAnyKey, {}, true).fault(&code)) return code;
     if (!dest || destMax == 0 || !fmt) return -1;
     size_t limit = count < destMax - 1 ? count : destMax - 1;
     va_list ap;
@@ -163,4 +153,3 @@ __attribute__((visibility("default"))) int snprintf_s(char *dest, size_t destMax
     return n;
 }
 
-}  // extern "C"

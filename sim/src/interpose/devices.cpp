@@ -16,7 +16,9 @@
 #include <cstring>
 #include <string>
 
-#include "state.h"
+#include "core/core.h"
+#include "models/sysinfo.h"
+#include "models/tty.h"
 
 namespace bspsim::detail {
 namespace {
@@ -61,20 +63,16 @@ bool needs_mode(int flags) { return (flags & O_CREAT) != 0 || (flags & O_TMPFILE
 
 int open_device(int dev, const char *path, int flags)
 {
-    int code = 0;
-    {
-        Lock lock;
-        if (take_fault(Op::DevOpen, static_cast<uint32_t>(dev), &code)) {
-            record(Op::DevOpen, static_cast<uint32_t>(dev), static_cast<uint32_t>(flags), 0, -1, path).flags |=
-                kFlagInjected;
-            errno = code > 0 ? code : ENOENT;
-            return -1;
-        }
+    Call call(Op::DevOpen, static_cast<uint32_t>(dev), {.a = static_cast<uint32_t>(dev), .b = static_cast<uint32_t>(flags), .name = path});
+    int fd = call.run(true, [&] {
+        int d = real_open("/dev/null", O_RDWR | (flags & O_CLOEXEC), 0);
+        if (d >= 0 && static_cast<size_t>(d) < kMaxFd) g_fd_kind[d].store(static_cast<uint8_t>(dev + 1));
+        return d;
+    });
+    if (call.injected) {
+        errno = fd > 0 ? fd : ENOENT;
+        return -1;
     }
-    int fd = real_open("/dev/null", O_RDWR | (flags & O_CLOEXEC), 0);
-    if (fd >= 0 && static_cast<size_t>(fd) < kMaxFd) g_fd_kind[fd].store(static_cast<uint8_t>(dev + 1));
-    Lock lock;
-    record(Op::DevOpen, static_cast<uint32_t>(dev), static_cast<uint32_t>(flags), 0, fd, path);
     return fd;
 }
 
@@ -101,48 +99,6 @@ int device_of_fd(int fd)
     return k == 0 ? -1 : k - 1;
 }
 
-int sysinfo_ioctl(unsigned long request, void *arg)
-{
-    Lock lock;
-    State &s = state();
-    auto req = static_cast<uint32_t>(request);
-    int32_t code = 0;
-    if (fire_fault(Op::DevIoctl, req, &code, static_cast<uint32_t>(Device::SysInfo), req, 0)) return code;
-    uint32_t word = 0;
-    bool known = take_script(Source::SysInfo, req, &word);
-    if (!known) {
-        for (const auto &a : s.sysinfo) {
-            if (a.used && a.request == req) {
-                word = a.word;
-                known = true;
-                break;
-            }
-        }
-    }
-    if (!known || arg == nullptr) {
-        record(Op::DevIoctl, static_cast<uint32_t>(Device::SysInfo), req, 0, -1).flags |= kFlagMalformed;
-        errno = known ? EFAULT : ENOTTY;
-        return -1;
-    }
-    std::memcpy(arg, &word, sizeof word);
-    record(Op::DevIoctl, static_cast<uint32_t>(Device::SysInfo), req, word, 0);
-    return 0;
-}
-
-int tty_ioctl(unsigned long request, unsigned long arg)
-{
-    Lock lock;
-    auto req = static_cast<uint32_t>(request);
-    int32_t code = 0;
-    if (take_fault(Op::DevIoctl, req, &code)) {
-        record(Op::DevIoctl, static_cast<uint32_t>(Device::TtyS0), req, static_cast<uint32_t>(arg), code).flags |=
-            kFlagInjected;
-        return code;
-    }
-    record(Op::DevIoctl, static_cast<uint32_t>(Device::TtyS0), req, static_cast<uint32_t>(arg), 0);
-    return 0;
-}
-
 }  // namespace
 
 int real_open(const char *path, int flags, unsigned mode)
@@ -162,9 +118,7 @@ std::string mapped_path(const char *path)
 using namespace bspsim;
 using namespace bspsim::detail;
 
-extern "C" {
-
-__attribute__((visibility("default"))) int open(const char *path, int flags, ...)
+BSPSIM_API int open(const char *path, int flags, ...)
 {
     unsigned mode = 0;
     if (needs_mode(flags)) {
@@ -178,7 +132,7 @@ __attribute__((visibility("default"))) int open(const char *path, int flags, ...
     return handled ? fd : real_open(path, flags, mode);
 }
 
-__attribute__((visibility("default"))) int open64(const char *path, int flags, ...)
+BSPSIM_API int open64(const char *path, int flags, ...)
 {
     unsigned mode = 0;
     if (needs_mode(flags)) {
@@ -195,19 +149,19 @@ __attribute__((visibility("default"))) int open64(const char *path, int flags, .
 }
 
 // The fortified entry points that _FORTIFY_SOURCE builds call instead of open().
-__attribute__((visibility("default"))) int __open_2(const char *path, int flags)
+BSPSIM_API int __open_2(const char *path, int flags)
 {
     bool handled = false;
     int fd = open_mapped(path, flags, 0, &handled);
     return handled ? fd : real_open(path, flags, 0);
 }
 
-__attribute__((visibility("default"))) int __open64_2(const char *path, int flags)
+BSPSIM_API int __open64_2(const char *path, int flags)
 {
     return __open_2(path, flags);
 }
 
-__attribute__((visibility("default"))) int openat(int dirfd, const char *path, int flags, ...)
+BSPSIM_API int openat(int dirfd, const char *path, int flags, ...)
 {
     unsigned mode = 0;
     if (needs_mode(flags)) {
@@ -225,21 +179,19 @@ __attribute__((visibility("default"))) int openat(int dirfd, const char *path, i
     return fn(dirfd, path, flags, mode);
 }
 
-__attribute__((visibility("default"))) int close(int fd)
+BSPSIM_API int close(int fd)
 {
     static CloseFn fn = next_symbol<CloseFn>("close");
     int dev = device_of_fd(fd);
-    if (dev >= 0) {
+    if (dev < 0) return fn(fd);
+    Call call(Op::DevClose, static_cast<uint32_t>(dev), {.a = static_cast<uint32_t>(dev)});
+    return call.run(true, [&] {
         g_fd_kind[fd].store(0);
-        int rc = fn(fd);
-        Lock lock;
-        record(Op::DevClose, static_cast<uint32_t>(dev), 0, 0, rc);
-        return rc;
-    }
-    return fn(fd);
+        return fn(fd);
+    });
 }
 
-__attribute__((visibility("default"))) int ioctl(int fd, unsigned long request, ...)
+BSPSIM_API int ioctl(int fd, unsigned long request, ...)
 {
     va_list ap;
     va_start(ap, request);
@@ -247,9 +199,9 @@ __attribute__((visibility("default"))) int ioctl(int fd, unsigned long request, 
     va_end(ap);
     switch (device_of_fd(fd)) {
     case static_cast<int>(Device::SysInfo):
-        return sysinfo_ioctl(request, arg);
+        return sysinfo::ioctl({Op::DevIoctl, static_cast<uint32_t>(request)}, static_cast<uint32_t>(request), arg);
     case static_cast<int>(Device::TtyS0):
-        return tty_ioctl(request, reinterpret_cast<unsigned long>(arg));
+        return tty::ioctl({Op::DevIoctl, static_cast<uint32_t>(request)}, request, reinterpret_cast<unsigned long>(arg));
     default: {
         static IoctlFn fn = next_symbol<IoctlFn>("ioctl");
         return fn(fd, request, arg);
@@ -259,29 +211,16 @@ __attribute__((visibility("default"))) int ioctl(int fd, unsigned long request, 
 
 // glibc's termios calls reach the kernel without going through ioctl(), so they are taken by
 // name for the simulated serial port.
-__attribute__((visibility("default"))) int tcgetattr(int fd, struct termios *t)
+BSPSIM_API int tcgetattr(int fd, struct termios *t)
 {
-    if (device_of_fd(fd) == static_cast<int>(Device::TtyS0)) {
-        Lock lock;
-        int32_t code = 0;
-        if (fire_fault(Op::Termios, 0, &code, static_cast<uint32_t>(Device::TtyS0), 0, 0)) return code;
-        if (t) std::memset(t, 0, sizeof *t);
-        record(Op::Termios, static_cast<uint32_t>(Device::TtyS0), 0, 0, 0);
-        return 0;
-    }
+    if (device_of_fd(fd) == static_cast<int>(Device::TtyS0)) return tty::get({Op::Termios, 0}, t);
     static TcgetFn fn = next_symbol<TcgetFn>("tcgetattr");
     return fn(fd, t);
 }
 
-__attribute__((visibility("default"))) int tcsetattr(int fd, int action, const struct termios *t)
+BSPSIM_API int tcsetattr(int fd, int action, const struct termios *t)
 {
-    if (device_of_fd(fd) == static_cast<int>(Device::TtyS0)) {
-        Lock lock;
-        int32_t code = 0;
-        if (fire_fault(Op::Termios, 1, &code, static_cast<uint32_t>(Device::TtyS0), 1, 0)) return code;
-        record(Op::Termios, static_cast<uint32_t>(Device::TtyS0), 1, static_cast<uint32_t>(action), 0);
-        return 0;
-    }
+    if (device_of_fd(fd) == static_cast<int>(Device::TtyS0)) return tty::set({Op::Termios, 1}, action, t);
     static TcsetFn fn = next_symbol<TcsetFn>("tcsetattr");
     return fn(fd, action, t);
 }
@@ -289,34 +228,31 @@ __attribute__((visibility("default"))) int tcsetattr(int fd, int action, const s
 static FILE *fopen_mapped(const char *path, const char *mode, const char *real_name)
 {
     std::string mapped = mapped_path(path);
-    if (!mapped.empty()) {
-        {
-            Lock lock;
-            int32_t code = 0;
-            if (take_fault(Op::FileOpen, 0, &code)) {
-                record(Op::FileOpen, 0, 0, 0, code, path).flags |= kFlagInjected;
-                errno = code > 0 ? code : EACCES;
-                return nullptr;
-            }
-        }
-        static FopenFn fn = next_symbol<FopenFn>("fopen");
-        FILE *f = fn(mapped.c_str(), mode);
-        Lock lock;
-        record(Op::FileOpen, 0, 0, 0, f ? 0 : -1, path);
-        return f;
-    }
-    FopenFn fn = next_symbol<FopenFn>(real_name);
-    return fn(path, mode);
+    if (mapped.empty()) return next_symbol<FopenFn>(real_name)(path, mode);
+    static FopenFn fn = next_symbol<FopenFn>("fopen");
+    FILE *f = nullptr;
+    Call call(Op::FileOpen, 0, {.name = path});
+    int32_t rc = call.run(true, [&] {
+        f = fn(mapped.c_str(), mode);
+        return f ? 0 : -1;
+    });
+    if (call.injected) errno = rc > 0 ? rc : EACCES;
+    return f;
 }
 
-__attribute__((visibility("default"))) FILE *fopen(const char *path, const char *mode)
+BSPSIM_API FILE *fopen(const char *path, const char *mode)
 {
     return fopen_mapped(path, mode, "fopen");
 }
 
-__attribute__((visibility("default"))) FILE *fopen64(const char *path, const char *mode)
+BSPSIM_API FILE *fopen64(const char *path, const char *mode)
 {
     return fopen_mapped(path, mode, "fopen64");
 }
 
-}  // extern "C"
+
+std::string bspsim::Board::path_of(const std::string &fixed_path) const
+{
+    std::string mapped = mapped_path(fixed_path.c_str());
+    return mapped.empty() ? fixed_path : mapped;
+}

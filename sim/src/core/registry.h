@@ -1,0 +1,62 @@
+// The device models of the simulator and what the core needs to know of each: the region it
+// owns in the shared mapping, the profile sections it reads, and how it comes out of a reset.
+// A new model adds one line to BSPSIM_MODELS and defines its `model_NAME` in its own file.
+#ifndef BSPSIM_CORE_REGISTRY_H
+#define BSPSIM_CORE_REGISTRY_H
+
+#include <cstddef>
+#include <cstdint>
+
+#define BSPSIM_MODELS(X) \
+    X(core)              \
+    X(enclosure)         \
+    X(sysinfo)           \
+    X(gpio)              \
+    X(cpld)              \
+    X(cpld_ram)          \
+    X(cpld_drv)          \
+    X(sem)               \
+    X(firmware)          \
+    X(dfl)               \
+    X(tty)
+
+namespace bspsim::detail {
+
+enum class ModelId : uint32_t {
+#define BSPSIM_MODEL_ID(id) id,
+    BSPSIM_MODELS(BSPSIM_MODEL_ID)
+#undef BSPSIM_MODEL_ID
+};
+
+#define BSPSIM_MODEL_COUNT(id) +1
+inline constexpr size_t kModelCount = 0 BSPSIM_MODELS(BSPSIM_MODEL_COUNT);
+#undef BSPSIM_MODEL_COUNT
+
+// What the whole enclosure has once (the core, the supplies, the slots) and what each board has.
+enum class Scope : uint8_t { Enclosure, Board };
+
+class Section;
+
+struct Model {
+    const char *name;
+    Scope scope;
+    size_t size;  // bytes of its region
+    // Profile sections it reads, blank-separated; "object:*" takes every "object:NAME".
+    const char *sections = "";
+    void (*load)(Section &) = nullptr;
+    // Runs after the region was zeroed, before the profile is applied (nullptr: nothing more).
+    void (*reset)() = nullptr;
+    // A model that renders bits of CPLD registers: the value of the bits it owns, and a write.
+    uint8_t (*reg_read)(uint32_t addr) = nullptr;
+    void (*reg_write)(uint32_t addr, uint8_t value, uint8_t mask) = nullptr;
+};
+
+#define BSPSIM_MODEL_DECL(id) extern const Model model_##id;
+BSPSIM_MODELS(BSPSIM_MODEL_DECL)
+#undef BSPSIM_MODEL_DECL
+
+const Model &model(ModelId id);
+
+}  // namespace bspsim::detail
+
+#endif

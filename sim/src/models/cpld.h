@@ -1,0 +1,27 @@
+// The CPLD's register file: named registers with a reset value and a kind, reached over the
+// local bus, SPI and the framework's chip writes.
+#ifndef BSPSIM_MODELS_CPLD_H
+#define BSPSIM_MODELS_CPLD_H
+
+#include "core/core.h"
+#include "platform/bus.h"
+
+namespace bspsim::detail::cpld {
+
+inline constexpr uint32_t kRegs = 1024;
+
+// Lock held. A read as the bus sees it (scripted values first); a write, false when write
+// protection or a read-only register stopped some bit of it.
+uint8_t read(uint32_t addr);
+bool write(uint32_t addr, uint8_t value, uint8_t mask);
+// The stored byte, as the back door sees it.
+uint8_t stored(uint32_t addr);
+// The bits `bits` of `addr` are rendered by model `owner` through its register hooks.
+void hook(uint32_t addr, ModelId owner, uint8_t bits);
+
+int32_t local_bus(Call &&call, LocalBusRequest *req, bool write);
+int32_t spi(Call &&call, SpiRequest *req, bool write);
+
+}  // namespace bspsim::detail::cpld
+
+#endif

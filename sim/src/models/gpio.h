@@ -1,0 +1,15 @@
+// GPIO pins of the SoC.
+#ifndef BSPSIM_MODELS_GPIO_H
+#define BSPSIM_MODELS_GPIO_H
+
+#include "core/core.h"
+
+namespace bspsim::detail::gpio {
+
+int32_t init(Call &&call, uint32_t pin, uint32_t direction);
+int32_t read(Call &&call, uint32_t pin, uint8_t *value, uint32_t flags);
+int32_t write(Call &&call, uint32_t pin, uint8_t value);
+
+}  // namespace bspsim::detail::gpio
+
+#endif

@@ -1,0 +1,14 @@
+// System-wide process semaphores.
+#ifndef BSPSIM_MODELS_SEM_H
+#define BSPSIM_MODELS_SEM_H
+
+#include "core/core.h"
+
+namespace bspsim::detail::sem {
+
+int32_t take(Call &&call, uint32_t id, int32_t wait_s);
+int32_t give(Call &&call, uint32_t id);
+
+}  // namespace bspsim::detail::sem
+
+#endif

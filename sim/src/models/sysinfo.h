@@ -1,0 +1,14 @@
+// /dev/sys_info: the board-information word and the other words the platform answers by ioctl.
+#ifndef BSPSIM_MODELS_SYSINFO_H
+#define BSPSIM_MODELS_SYSINFO_H
+
+#include "core/core.h"
+
+namespace bspsim::detail::sysinfo {
+
+// The ioctl on an open /dev/sys_info (errno set on failure).
+int ioctl(Call &&call, uint32_t request, void *arg);
+
+}  // namespace bspsim::detail::sysinfo
+
+#endif
