@@ -92,7 +92,7 @@ TEST_P(BoardId, FirstCallThenCache)
     EXPECT_EQ(hex(BSP_GetBmcBoardId(&id)), hex(c.status));
     EXPECT_EQ(hex(id), hex(c.first));
     std::string asked = "open sys_info ioctl 80047306=" + (c.fault == Op::DevIoctl ? "0!-5" : x(c.word)) + " close sys_info";
-    EXPECT_EQ(tr(), c.fault == Op::DevOpen ? "open sys_info!-1" : asked);
+    EXPECT_EQ(tr(), c.fault == Op::DevOpen ? "open sys_info!-5" : asked);
     EXPECT_EQ(log_line(), c.log);
     EXPECT_EQ(events(Op::DevOpen).at(0).b & O_ACCMODE, static_cast<uint32_t>(O_RDWR));
     sim().set_board_id(0x0A);
@@ -423,7 +423,7 @@ TEST_F(SmmBoard, EquipFrameFaultsFailAllAttempts)
     for (uint32_t pin : {42, 43, 44}) sim().set_pin(pin, 0);
     sim().fail(Op::DevOpen, 1);
     EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);
-    EXPECT_EQ(tr(), "open sys_info!-1");
+    EXPECT_EQ(tr(), "open sys_info!-5");
     forget();
     sim().fail(Op::GpioInit, 1, -1, 43);
     EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);
@@ -509,7 +509,7 @@ const PowerOnCase kPowerOn[] = {
     {.name = "first_counted", .first = 1, .second = 0, .want = 0},
     {.name = "second_counted", .first = 0, .second = 1, .want = 0},
     {.name = "sum_wraps_to_zero", .first = 1, .second = 0xFFFFFFFF, .want = 1},
-    {.name = "open_fails", .first = 0, .second = 0, .want = 0, .fault = Op::DevOpen, .trace = "open sys_info!-1",
+    {.name = "open_fails", .first = 0, .second = 0, .want = 0, .fault = Op::DevOpen, .trace = "open sys_info!-5",
      .log = "0:BOARD open sysinfo fail(-1)"},
     {.name = "first_fails", .first = 0, .second = 0, .want = 0, .fault = Op::DevIoctl, .key = kPowerOn1,
      .trace = "open sys_info ioctl 80047301=0!-5 close sys_info", .log = "0:BOARD read sysinfo fail(-5)"},
