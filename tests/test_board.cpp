@@ -423,7 +423,7 @@ TEST_F(SmmBoard, EquipFrameFaultsFailAllAttempts)
     for (uint32_t pin : {42, 43, 44}) sim().set_pin(pin, 0);
     sim().fail(Op::DevOpen, 1);
     EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);
-    EXPECT_EQ(tr(), "open sys_info!-5");
+    EXPECT_EQ(tr(), "open sys_info!-1");
     forget();
     sim().fail(Op::GpioInit, 1, -1, 43);
     EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);
