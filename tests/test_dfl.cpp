@@ -131,43 +131,40 @@ std::string set_lines(const char *logged)
 
 const std::string kOpts = " opt 0xA5A50F0F opt 0xA5A50F0F opt 0xA5A50F0F", kNoOpts = " opt 0x0 opt 0x0 opt 0x0";
 
+DflCase getter(const char *name, Call call, const char *stored, const char *value, const char *logged)
+{
+    return {.name = name, .props = {{"Value", stored}}, .call = call,
+            .out = "0 " + std::string(value) + " | 1234 90 | -3 90 | null -1", .log = get_lines(logged)};
+}
+
+DflCase setter(const char *name, Call call, const char *initial, const char *stored, const char *logged, bool option)
+{
+    return {.name = name, .props = {{"Value", initial}, {"Other", "int64 1"}}, .call = call,
+            .out = "0 " + std::string(stored) + " | 77 | -5 int64 1" + (option ? kOpts : kNoOpts), .log = set_lines(logged)};
+}
+
+// Values are logged with %d: a uint32 above 0x7FFFFFFF shows negative. The byte getter has a
+// comma after the property name that the others lack.
 const DflCase kNumbers[] = {
-    {.name = "ubyte", .props = {{"Value", "byte 0xc8"}}, .call = get3<uint8_t, dfl_get_property_ubyte>,
-     .out = "0 200 | 1234 90 | -3 90 | null -1", .log = get_lines(", value 200")},
-    {.name = "uint16", .props = {{"Value", "uint16 65535"}}, .call = get3<uint16_t, dfl_get_property_uint16>,
-     .out = "0 65535 | 1234 90 | -3 90 | null -1", .log = get_lines(" value 65535")},
-    {.name = "int16", .props = {{"Value", "int16 -2"}}, .call = get3<int16_t, dfl_get_property_int16>,
-     .out = "0 -2 | 1234 90 | -3 90 | null -1", .log = get_lines(" value -2")},
-    {.name = "int32", .props = {{"Value", "int32 -100000"}}, .call = get3<int32_t, dfl_get_property_int32>,
-     .out = "0 -100000 | 1234 90 | -3 90 | null -1", .log = get_lines(" value -100000")},
-    // Values are logged with %d: a uint32 above 0x7FFFFFFF shows negative.
-    {.name = "uint32", .props = {{"Value", "uint32 4000000000"}}, .call = get3<uint32_t, dfl_get_property_uint32>,
-     .out = "0 4000000000 | 1234 90 | -3 90 | null -1", .log = get_lines(" value -294967296")},
+    getter("ubyte", get3<uint8_t, dfl_get_property_ubyte>, "byte 0xc8", "200", ", value 200"),
+    getter("uint16", get3<uint16_t, dfl_get_property_uint16>, "uint16 65535", "65535", " value 65535"),
+    getter("int16", get3<int16_t, dfl_get_property_int16>, "int16 -2", "-2", " value -2"),
+    getter("int32", get3<int32_t, dfl_get_property_int32>, "int32 -100000", "-100000", " value -100000"),
+    getter("uint32", get3<uint32_t, dfl_get_property_uint32>, "uint32 4000000000", "4000000000", " value -294967296"),
     // The hardware getter passes no option, logs no success and answers -1 for any refusal.
-    {.name = "hardware_ubyte", .props = {{"hw", "byte 0x07"}}, .call = get3<uint8_t, dfl_get_hardware_ubyte_option, Op::DflGetHw>,
+    {.name = "hardware_ubyte", .props = {{"hw", "byte 0x07"}},
+     .call = get3<uint8_t, dfl_get_hardware_ubyte_option, Op::DflGetHw>,
      .out = "0 7 | -1 90 | -1 90 | null -1 opt 0x0 opt 0x0 opt 0x0", .log = get_lines("")},
-    {.name = "set_ubyte", .props = {{"Value", "byte 0"}, {"Other", "int64 1"}}, .call = SET3_PLAIN(uint8_t, dfl_set_property_ubyte, 200),
-     .out = "0 byte 0xc8 | 77 | -5 int64 1" + kNoOpts, .log = set_lines("200")},
-    {.name = "set_ubyte_option", .props = {{"Value", "byte 0"}, {"Other", "int64 1"}},
-     .call = SET3(uint8_t, dfl_set_property_ubyte_option, 200), .out = "0 byte 0xc8 | 77 | -5 int64 1" + kOpts, .log = set_lines("200")},
-    {.name = "BSP_SetPropertyUbyte", .props = {{"Value", "byte 0"}, {"Other", "int64 1"}}, .call = SET3(uint8_t, BSP_SetPropertyUbyte, 1),
-     .out = "0 byte 0x01 | 77 | -5 int64 1" + kOpts, .log = set_lines("1")},
-    {.name = "set_uint16", .props = {{"Value", "uint16 0"}, {"Other", "int64 1"}},
-     .call = SET3_PLAIN(uint16_t, dfl_set_property_uint16, 65535), .out = "0 uint16 65535 | 77 | -5 int64 1" + kNoOpts,
-     .log = set_lines("65535")},
-    {.name = "BSP_SetPropertyUint16", .props = {{"Value", "uint16 0"}, {"Other", "int64 1"}},
-     .call = SET3(uint16_t, BSP_SetPropertyUint16, 40000), .out = "0 uint16 40000 | 77 | -5 int64 1" + kOpts,
-     .log = set_lines("40000")},
-    {.name = "set_int16", .props = {{"Value", "int16 0"}, {"Other", "int64 1"}}, .call = SET3_PLAIN(int16_t, dfl_set_property_int16, -2),
-     .out = "0 int16 -2 | 77 | -5 int64 1" + kNoOpts, .log = set_lines("-2")},
-    {.name = "set_int32", .props = {{"Value", "int32 0"}, {"Other", "int64 1"}},
-     .call = SET3_PLAIN(int32_t, dfl_set_property_int32, -100000), .out = "0 -100000 | 77 | -5 int64 1" + kNoOpts,
-     .log = set_lines("-100000")},
-    {.name = "set_int32_option", .props = {{"Value", "int32 0"}, {"Other", "int64 1"}},
-     .call = SET3(int32_t, dfl_set_property_int32_option, 7), .out = "0 7 | 77 | -5 int64 1" + kOpts, .log = set_lines("7")},
-    {.name = "set_uint32", .props = {{"Value", "uint32 0"}, {"Other", "int64 1"}},
-     .call = SET3_PLAIN(uint32_t, dfl_set_property_uint32, 4000000000u), .out = "0 uint32 4000000000 | 77 | -5 int64 1" + kNoOpts,
-     .log = set_lines("-294967296")},
+    setter("set_ubyte", SET3_PLAIN(uint8_t, dfl_set_property_ubyte, 200), "byte 0", "byte 0xc8", "200", false),
+    setter("set_ubyte_option", SET3(uint8_t, dfl_set_property_ubyte_option, 200), "byte 0", "byte 0xc8", "200", true),
+    setter("BSP_SetPropertyUbyte", SET3(uint8_t, BSP_SetPropertyUbyte, 1), "byte 0", "byte 0x01", "1", true),
+    setter("set_uint16", SET3_PLAIN(uint16_t, dfl_set_property_uint16, 65535), "uint16 0", "uint16 65535", "65535", false),
+    setter("BSP_SetPropertyUint16", SET3(uint16_t, BSP_SetPropertyUint16, 40000), "uint16 0", "uint16 40000", "40000", true),
+    setter("set_int16", SET3_PLAIN(int16_t, dfl_set_property_int16, -2), "int16 0", "int16 -2", "-2", false),
+    setter("set_int32", SET3_PLAIN(int32_t, dfl_set_property_int32, -100000), "int32 0", "-100000", "-100000", false),
+    setter("set_int32_option", SET3(int32_t, dfl_set_property_int32_option, 7), "int32 0", "7", "7", true),
+    setter("set_uint32", SET3_PLAIN(uint32_t, dfl_set_property_uint32, 4000000000u), "uint32 0", "uint32 4000000000",
+           "-294967296", false),
 };
 
 BSP_CASES(Numbers, Dfl, kNumbers);
@@ -235,8 +232,7 @@ const DflCase kTextsAndArrays[] = {
     {.name = "TextOneShort", .props = {{"Name", "'fan-board'"}}, .call = get_text<9>, .out = "-1 xxxxxxxxxxxxxxxx",
      .log = kResult + "0:Sensor0 get property Name failed(size 9 is too small, string len is 9)."},
     {.name = "TextSizeZeroWraps", .props = {{"Name", "'fan-board'"}}, .call = get_text<0>, .out = "0 xxxxxxxxx0xxxxxx",
-     .log = kResult + "0:Error: copy property string failed, result = " + std::to_string(EINVAL) +
-            ". | 2:Sensor0 get property Name value xxxxxxxxx succeed."},
+     .log = kResult + "0:Error: copy property string failed, result = " + std::to_string(EINVAL) + ". | 2:Sensor0 get property Name value xxxxxxxxx succeed."},
     {.name = "TextEmptyInOneByte", .props = {{"Name", "''"}}, .call = get_text<1>, .out = "0 0xxxxxxxxxxxxxxx",
      .log = kResult + "2:Sensor0 get property Name value  succeed."},
     // A failed copy is only logged: the read still counts as done.
@@ -265,11 +261,10 @@ const DflCase kTextsAndArrays[] = {
      .out = "0 1 2 3 238 238 238 238 238"},
     {.name = "ArraySameLength", .props = {{"Data", "@ay [9, 8, 7, 6, 5, 4, 3, 2]"}}, .call = get_array<8>,
      .out = "0 9 8 7 6 5 4 3 2"},
-    {.name = "ArrayFailures", .props = {{"Data", "@ay [1, 2]"}, {"Empty", "@ay []"}, {"Level", "byte 5"}}, .call = arrays,
+    {.name = "ArrayFailures", .props = {{"Data", "@ay [1, 2]"}, {"Empty", "@ay []"}, {"Level", "byte 5"}},
+     .call = arrays,
      .out = "51 -3 34 -1 -1 -2 7 | 0 [byte 0x01, 0x02, 0xff] -1 -1 -1 -1 [byte 0x01, 0x02, 0xff] opt 0x40 opt 0x0 opt 0x0 5",
-     .log = "0:Get Data error!, ret is 51 | 0:Get Missing error!, ret is -3 | 0:Memcpy Data to buf failed, ret is 34. | "
-            "0:Update Data fail, ret=7. | 0:Update Level fail, ret=-5. | 1:Get property(Data) data fail. | "
-            "1:Get property(Data) data fail.",
+     .log = "0:Get Data error!, ret is 51 | 0:Get Missing error!, ret is -3 | 0:Memcpy Data to buf failed, ret is 34. | " "0:Update Data fail, ret=7. | 0:Update Level fail, ret=-5. | 1:Get property(Data) data fail. | " "1:Get property(Data) data fail.",
      .complaints = {"g_variant_get_fixed_array"}},
 };
 

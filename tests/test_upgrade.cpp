@@ -1,6 +1,5 @@
 // Upgrade control: the upgrade-mode switch behind its write protect, the query of the mode, the
 // regulator upgrade bits and the firmware upgrade status bytes in the CPLD RAM.
-#include <algorithm>
 #include <cstdint>
 #include <string>
 
@@ -63,8 +62,8 @@ const std::string kFail1 = "0:Write up_mode_reg(0xe9-bit0=1) fail, WpReg(0xea):b
 const CallCase kMode[] = {
     // Into upgrade mode and back: protect lifted, mode written, read back 10 ms later, protect
     // put back; the mode reads back through the query.
-    {.name = "Cpld0On", .call = set_mode<0, 1>, .out = "ok ok 01", .trace = kLift + " wr e9&01=1 delay 10 rd e9&01=1" + kClose + " rd e9&01=1",
-     .log = kOk1},
+    {.name = "Cpld0On", .call = set_mode<0, 1>, .out = "ok ok 01",
+     .trace = kLift + " wr e9&01=1 delay 10 rd e9&01=1" + kClose + " rd e9&01=1", .log = kOk1},
     {.name = "Cpld0Off", .regs = {{0xE9, 0x01}}, .call = set_mode<0, 0>, .out = "ok ok 00",
      .trace = kLift + " wr e9&01=0 delay 10 rd e9&01=0" + kClose + " rd e9&01=0",
      .log = "1:Write up_mode_reg(0xe9-bit0=0) ok, WpReg(0xea):bit0"},
@@ -79,12 +78,11 @@ const CallCase kMode[] = {
      .log = "1:Write up_mode_reg(0xe9-bit2=0) ok, WpReg(0xea):bit2"},
     // Over SPI the bit writes go through the framework's chip write, where protection holds too.
     {.name = "Cpld1OnOverSpi", .profile = "4u4c", .call = set_mode<1, 1>, .out = "ok ok 01",
-     .trace = "dfl_chip_bytewrite cpld1@1d4&01=00 dfl_chip_bytewrite cpld1@1d3&01=01 delay 10 srd 1d3=01 "
-              "dfl_chip_bytewrite cpld1@1d4&01=01 srd 1d3=01",
+     .trace = "dfl_chip_bytewrite cpld1@1d4&01=00 dfl_chip_bytewrite cpld1@1d3&01=01 delay 10 srd 1d3=01 " "dfl_chip_bytewrite cpld1@1d4&01=01 srd 1d3=01",
      .log = "1:Write up_mode_reg(0x1d3-bit0=1) ok, WpReg(0x1d4):bit0"},
     {.name = "ProtectedBitIsNotWritten", .call = BSP_CALL(BSP_WriteCpldBit(0xE9, 0, 1)), .trace = "wr e9&01=1!wp"},
-    {.name = "UnknownCpldIsRefusedSilently", .call = BSP_CALL(BSP_SetCpldUpgradeMode(3, 1) & BSP_SetCpldUpgradeMode(0xFF, 0)),
-     .out = "err"},
+    {.name = "UnknownCpldIsRefusedSilently",
+     .call = BSP_CALL(BSP_SetCpldUpgradeMode(3, 1) & BSP_SetCpldUpgradeMode(0xFF, 0)), .out = "err"},
     // A failure at each step. Whatever failed once the protect was lifted, the protect is
     // written back; only a failure of that very write leaves it lifted.
     {.name = "LiftingTheProtectFails", .faults = {{Op::LocalBusWrite, 1, -1, 0xEA}}, .call = SET(0, 1), .out = "err",
@@ -105,16 +103,18 @@ const CallCase kMode[] = {
     // The bit does not stick: three writes 10 ms apart, then the failure line.
     {.name = "ModeBitReadsBackZero", .setup = [](B &b) { b.script(bspsim::Source::Register, 0xE9, {0, 0, 0}); },
      .call = SET(0, 1), .out = "err", .trace = kLift + " " + times(3, "wr e9&01=1 delay 10 rd e9&01=0") + kClose, .log = kFail1},
-    {.name = "RestoringTheProtectFails", .faults = {{Op::LocalBusWrite, 1, -1, 0xEA, 1}}, .call = SET(0, 1), .out = "err",
-     .trace = kLift + " wr e9&01=1 delay 10 rd e9&01=1 wr ea&01=1!-1",
+    {.name = "RestoringTheProtectFails", .faults = {{Op::LocalBusWrite, 1, -1, 0xEA, 1}}, .call = SET(0, 1),
+     .out = "err", .trace = kLift + " wr e9&01=1 delay 10 rd e9&01=1 wr ea&01=1!-1",
      .log = kOk1 + " | 0:write add :ea  data: 1 cpld error. | " + kWpFail},
     // Back to normal mode the read-back byte starts at 0, so a read that fails looks like
     // success, and so do writes that all fail.
-    {.name = "NormalModeTakesAFailedReadBackAsZero", .regs = {{0xE9, 0x01}}, .faults = {{Op::LocalBusRead, 3, -1, 0xE9}},
-     .call = SET(0, 0), .trace = kLift + " wr e9&01=0 delay 10 rd e9&01=0!-1" + kClose,
+    {.name = "NormalModeTakesAFailedReadBackAsZero", .regs = {{0xE9, 0x01}},
+     .faults = {{Op::LocalBusRead, 3, -1, 0xE9}}, .call = SET(0, 0),
+     .trace = kLift + " wr e9&01=0 delay 10 rd e9&01=0!-1" + kClose,
      .log = kReadFail + " | 1:Write up_mode_reg(0xe9-bit0=0) ok, WpReg(0xea):bit0"},
-    {.name = "NormalModeWithEveryWriteFailingStillPasses", .regs = {{0xE9, 0x01}}, .faults = {{Op::LocalBusWrite, 3, -1, 0xE9}},
-     .call = SET(0, 0), .trace = kLift + " " + times(3, "wr e9&01=0!-1") + kClose,
+    {.name = "NormalModeWithEveryWriteFailingStillPasses", .regs = {{0xE9, 0x01}},
+     .faults = {{Op::LocalBusWrite, 3, -1, 0xE9}}, .call = SET(0, 0),
+     .trace = kLift + " " + times(3, "wr e9&01=0!-1") + kClose,
      .log = times(3, "0:write add :e9  data: 0 cpld error. | " + kModeFail, " | ")},
     // A mode other than 0 or 1 sets the bit but never reads back equal.
     {.name = "ModeTwoNeverReadsBack", .call = SET(0, 2), .out = "err",
@@ -122,9 +122,12 @@ const CallCase kMode[] = {
      .log = "0:Write up_mode_reg(0xe9-bit0=2) fail, WpReg(0xea):bit0"},
     {.name = "GetModeOfEachCpldFromItsOwnBitOnly", .regs = {{0xE9, 0xFA}, {0x1D3, 0xFE}}, .call = modes,
      .out = "ok 00 ok 00 ok 00", .trace = "rd e9&01=0 rd 1d3&01=0 rd e9&04=0"},
-    {.name = "GetModeCpld0", .regs = {{0xE9, 0x01}}, .call = modes, .out = "ok 01 ok 00 ok 00", .trace = "rd e9&01=1 rd 1d3&01=0 rd e9&04=0"},
-    {.name = "GetModeCpld1", .regs = {{0x1D3, 0x01}}, .call = modes, .out = "ok 00 ok 01 ok 00", .trace = "rd e9&01=0 rd 1d3&01=1 rd e9&04=0"},
-    {.name = "GetModeCpld2", .regs = {{0xE9, 0x04}}, .call = modes, .out = "ok 00 ok 00 ok 01", .trace = "rd e9&01=0 rd 1d3&01=0 rd e9&04=1"},
+    {.name = "GetModeCpld0", .regs = {{0xE9, 0x01}}, .call = modes, .out = "ok 01 ok 00 ok 00",
+     .trace = "rd e9&01=1 rd 1d3&01=0 rd e9&04=0"},
+    {.name = "GetModeCpld1", .regs = {{0x1D3, 0x01}}, .call = modes, .out = "ok 00 ok 01 ok 00",
+     .trace = "rd e9&01=0 rd 1d3&01=1 rd e9&04=0"},
+    {.name = "GetModeCpld2", .regs = {{0xE9, 0x04}}, .call = modes, .out = "ok 00 ok 00 ok 01",
+     .trace = "rd e9&01=0 rd 1d3&01=0 rd e9&04=1"},
     {.name = "GetModeOutOfRange", .call = BSP_CALL(BSP_GetCpldUpgradeMode(3, g), 1), .out = "err ee",
      .log = "0:BSP: pUpgradeMode is null or CpldDevId(3) is out of range"},
     {.name = "GetModeNull", .call = BSP_CALL(BSP_GetCpldUpgradeMode(1, nullptr)), .out = "err",
@@ -192,39 +195,5 @@ const CallCase kFirmware[] = {
 };
 
 BSP_CASES(Firmware, UpgradeCall, kFirmware);
-
-// Every shipped board starts protected, in normal mode, with no upgrade under way; the
-// protection holds and the switch gets through it.
-class ShippedProfile : public bsptest::SimTestWithParam<const char *> {
-protected:
-    std::string profile() const override { return GetParam(); }
-};
-
-TEST_P(ShippedProfile, UpgradeModeIsGuarded)
-{
-    uint8_t state = 0xEE;
-    EXPECT_EQ(BSP_IsCpldUpgrading(&state), 0u);
-    EXPECT_EQ(state, 0);
-    const uint8_t cplds = std::string(GetParam()) == "smm" ? 1 : 2;
-    for (uint8_t id = 0; id < cplds; ++id) {
-        const CpldUpgradeModeReg &r = g_CpldUpgradeModeRegTbl[id];
-        auto bit = [&](uint32_t reg, uint32_t b) { return (sim().reg(reg) >> b) & 1; };
-        std::string seen = std::to_string(bit(r.modeReg, r.modeBit)) + std::to_string(bit(r.wpReg, r.wpBit));
-        EXPECT_EQ(BSP_WriteCpldBit(r.modeReg, r.modeBit, 1), 0u);
-        seen += std::to_string(bit(r.modeReg, r.modeBit));
-        EXPECT_EQ(BSP_SetCpldUpgradeMode(id, 1), 0u);
-        seen += std::to_string(bit(r.modeReg, r.modeBit));
-        EXPECT_EQ(BSP_SetCpldUpgradeMode(id, 0), 0u);
-        EXPECT_EQ(seen + std::to_string(bit(r.modeReg, r.modeBit)) + std::to_string(bit(r.wpReg, r.wpBit)), "010101")
-            << "CPLD " << int(id);
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Upgrade, ShippedProfile, ::testing::Values("arm-2u2c", "x86-2u", "4u4c", "exp-2u", "smm"),
-                         [](const auto &info) {
-                             std::string name = info.param;
-                             std::replace(name.begin(), name.end(), '-', '_');
-                             return name;
-                         });
 
 }  // namespace
