@@ -65,7 +65,8 @@ CallCase path(const char *name, const char *profile, const char *bus, bool spi)
 {
     return {.name = name, .profile = profile, .setup = bus ? lbus(bus) : nullptr, .call = all_hubs,
             .out = std::string("ok a5 00 01 refs ") + (std::string(profile) == "smm" ? "0" : "5"),
-            .trace = spi ? "srd 13=a5 srd 14=00 srd 13=a5 srd 13=a5 swr 13=e5 dfl_chip_bytewrite cpld1@13&08=01 swr 13=5a"
+            .trace = spi ? "srd 13=a5 srd 14=00 srd 13=a5 srd 13=a5 swr 13=e5 dfl_chip_bytewrite cpld1@13&08=01 "
+                           "swr 13=5a"
                          : "rd 13[2]=a5 rd 13&04=1 wr 13&40=1 wr 13&08=1 wr 13=5a"};
 }
 
@@ -83,7 +84,8 @@ std::string noted_write(B &)
 {
     ::testing::internal::CaptureStdout();
     const uint32_t st = BSP_DegWriteCpldBit(0x30, Bit, Value);
-    const bool noted = ::testing::internal::GetCapturedStdout() == "Note: This method is only used for writting cpldbit in debug.\r";
+    const std::string note = ::testing::internal::GetCapturedStdout();
+    const bool noted = note == "Note: This method is only used for writting cpldbit in debug.\r";
     return res(st) + (noted ? "" : " without the note");
 }
 
@@ -314,7 +316,8 @@ const CallCase kUsers[] = {
      .trace = "rd 40&04=1 rd 40&08=0 rd 40&04=0!-1", .log = "0:read cpld error. | 0:Input bit_num error."},
     {.name = "SerialValidity", .regs = {{0x1AC, 0xF5}}, .call = serial_validity, .out = "101000 0",
      .trace = "rd 1ac&01=1 rd 1ac&02=0 rd 1ac&04=1 rd 1ac&08=0 rd 1ac&08=0!-1",
-     .log = "0:Input para put of range(4) | 0:Input para put of range(255) | 0:read cpld error. | " "0:Read cpld addr(0x1ac) bit(3) failed(-1)"},
+     .log = "0:Input para put of range(4) | 0:Input para put of range(255) | 0:read cpld error. | "
+            "0:Read cpld addr(0x1ac) bit(3) failed(-1)"},
     {.name = "EquipModeLocalBus", .regs = {{0x56, 0x81}}, .call = equip, .out = "ok 01 80",
      .trace = "rd 56&01=1 wr 56&01=0"},
     {.name = "EquipModeSpi", .profile = "4u4c", .regs = {{0x56, 0x81}}, .call = equip, .out = "ok 01 80",
@@ -386,7 +389,8 @@ std::vector<CallCase> ram_sequences()
         add("Succeeds", {.out = op.ok, .trace = hi + " " + op.lb + " V29"});
         add("OverSpi", {.profile = "4u4c", .out = op.ok,
                         .trace = "P29 swr ba=31" + settle + " swr bb=19" + settle + " " + op.spi + " V29"});
-        add("TakeFails", {.faults = {{Op::SemP, 1, -1, 29}}, .out = op.failed_out, .trace = "P29!-1", .log = op.take_log});
+        add("TakeFails",
+            {.faults = {{Op::SemP, 1, -1, 29}}, .out = op.failed_out, .trace = "P29!-1", .log = op.take_log});
         add("AddrLowFails", {.faults = {{Op::LocalBusWrite, 1, -1, 0xBA}}, .out = op.failed_out,
                              .trace = "P29 wr ba=31!-1 V29", .log = "0:write add :ba  data: 31 cpld error."});
         add("AddrHighFails", {.faults = {{Op::LocalBusWrite, 1, -1, 0xBB}}, .out = op.failed_out,
@@ -530,7 +534,8 @@ const CallCase kRam[] = {
     {.name = "ClearIgnoresFailedBytes", .faults = {{Op::LocalBusWrite, 1, -1, 0xBC}, {Op::SemP, 1, -1, 29, 1}},
      .call = clear<0xD900, 3>, .out = "ok 99 99 00 99",
      .trace = "P29" + window(0xD900, {"wr bc=00!-1"}) + " V29 P29!-1 P29" + window(0xD902, kZeros) + " V29",
-     .log = "0:write add :bc  data: 0 cpld error. | 0:BSP_SetCpldRam: error at (line:SAME) | " "0:get BMC_MUTEX_IPC_CPLD_RAM fail. | 1:Clear cpld ram data from 0xd900 to 0xd902."},
+     .log = "0:write add :bc  data: 0 cpld error. | 0:BSP_SetCpldRam: error at (line:SAME) | "
+            "0:get BMC_MUTEX_IPC_CPLD_RAM fail. | 1:Clear cpld ram data from 0xd900 to 0xd902."},
     // The give hands back what was taken; a give with nothing taken is refused and logged.
     {.name = "MutexVGivesBackWhatWasTaken", .call = mutex_v, .out = "0 1 1", .trace = "P29 V29 V29!unbal!-1",
      .log = "0: BMC_MUTEX_IPC_CPLD_RAM v fail."},
@@ -620,7 +625,8 @@ std::string pat(const std::string &r)
 std::string health_line(const char *mask, int from, int to, const char *reg)
 {
     return "1:Health status of cpld(" + std::string(mask) + ") change from " + std::to_string(from) + " to " +
-           std::to_string(to) + ", reg[0xfb]=" + reg + ", modules of iocard and disk will stop routine if the cpld is fault.";
+           std::to_string(to) + ", reg[0xfb]=" + reg +
+           ", modules of iocard and disk will stop routine if the cpld is fault.";
 }
 
 // An unread register counts as healthy and is not kept as the last answer.
@@ -675,7 +681,8 @@ std::string chip_types(B &)
 // The CPLD driver's calls: ten tries, a second after each failed one.
 std::string driver_trace(const std::string &call, const std::string &failed, uint32_t failures)
 {
-    return times(std::min(failures, 10u), failed + " delay 1000") + (failures >= 10 ? "" : (failures ? " " : "") + call);
+    return times(std::min(failures, 10u), failed + " delay 1000") +
+           (failures >= 10 ? "" : (failures ? " " : "") + call);
 }
 
 #define HEALTH [](B &) { return std::to_string(BSP_CpldBorCIsHealth()); }
@@ -702,7 +709,8 @@ const CallCase kInventory[] = {
     // The whole-board test under semaphore 12 (a 2 s wait at most).
     {.name = "SelfTestHealthyBoardPasses", .call = BSP_CALL(BSP_CpldSelfTest()),
      .trace = "P12/2 " + pat("2") + " " + pat("24a") + " V12"},
-    {.name = "SelfTestThreeCpldBoardTestsItsThirdRegister", .board = 0x0A, .setup = [](B &b) { b.make_self_test(0x00A); },
+    {.name = "SelfTestThreeCpldBoardTestsItsThirdRegister", .board = 0x0A,
+     .setup = [](B &b) { b.make_self_test(0x00A); },
      .call = BSP_CALL(BSP_CpldSelfTest()), .trace = "P12/2 " + pat("2") + " " + pat("a") + " " + pat("24a") + " V12"},
     // A register that echoes what was written is not a working test register.
     {.name = "SelfTestEchoingRegisterFails", .setup = [](B &b) { b.script(Source::Register, 0x002, {0xAA, 0x55}); },
@@ -729,7 +737,8 @@ const CallCase kInventory[] = {
     {.name = "SelfTestOneInvertingRegisterPasses", .call = BSP_CALL(BSP_CpldSelfTestByOne(1)),
      .trace = "P12/2 " + pat("24a") + " V12"},
     {.name = "SelfTestOneEchoingRegisterFails", .setup = [](B &b) { b.script(Source::Register, 0x002, {0xAA, 0x55}); },
-     .call = BSP_CALL(BSP_CpldSelfTestByOne(0)), .out = "err", .trace = "P12/2 wr 2=aa delay 50 rd 2=aa wr 2=55 delay 50 rd 2=55 V12"},
+     .call = BSP_CALL(BSP_CpldSelfTestByOne(0)), .out = "err",
+     .trace = "P12/2 wr 2=aa delay 50 rd 2=aa wr 2=55 delay 50 rd 2=55 V12"},
     {.name = "SelfTestOneBadIdTakesNothing", .call = BSP_CALL(BSP_CpldSelfTestByOne(3)), .out = "err",
      .log = "0:Get cpldreg self test addr cpldId 3 is out of range."},
     {.name = "SelfTestOneBusySemaphorePasses", .faults = {{Op::SemP, 1, -1, 12}},
@@ -742,7 +751,8 @@ const CallCase kInventory[] = {
      .faults = {{Op::LocalBusWrite, 1, -1, 0x24A}, {Op::LocalBusRead, 1, -1, 0x24A, 1}},
      .call = BSP_CALL(BSP_CpldSelfTestByOne(1)), .out = "err",
      .trace = "P12/2 wr 24a=aa!-1 delay 50 rd 24a=ff wr 24a=55 delay 50 rd 24a=00!-1 V12",
-     .log = "0:write add :24a  data: aa cpld error. | 2:Test cpld fail, ret=-1. | 0:read cpld byte error. | " "2:Test cpld fail, ret=-1, errorCode=0."},
+     .log = "0:write add :24a  data: aa cpld error. | 2:Test cpld fail, ret=-1. | 0:read cpld byte error. | "
+            "2:Test cpld fail, ret=-1, errorCode=0."},
     {.name = "HealthCleanRegister", .call = HEALTH, .out = "1", .trace = "rd fb=00",
      .log = health_line("0xf", 0, 1, "0x0")},
     {.name = "HealthHighNibbleIsNoFaultUnderMask0F", .regs = {{0xFB, 0x10}}, .call = HEALTH, .out = "1",
@@ -758,7 +768,9 @@ const CallCase kInventory[] = {
     {.name = "HealthMiddleBoardWithoutReading", .board = 0x2D, .regs = {{0xFB, 0xFF}}, .call = HEALTH, .out = "1"},
     {.name = "HealthChanges", .call = health_changes, .out = "11001010",
      .trace = "rd fb=00 rd fb=00 rd fb=03 rd fb=03 rd fb=20 rd fb=0f rd fb=00!-1 rd fb=0f",
-     .log = health_line("0xf", 0, 1, "0x0") + " | " + health_line("0xf", 1, 0, "0x3") + " | " + health_line("0xf", 0, 1, "0x20") + " | " + health_line("0xf", 1, 0, "0xf") + " | 0:read cpld byte error. | 0:Read cpld(0xfb) fail, ret = -1."},
+     .log = health_line("0xf", 0, 1, "0x0") + " | " + health_line("0xf", 1, 0, "0x3") + " | " +
+            health_line("0xf", 0, 1, "0x20") + " | " + health_line("0xf", 1, 0, "0xf") +
+            " | 0:read cpld byte error. | 0:Read cpld(0xfb) fail, ret = -1."},
     {.name = "VendorsLatticeAndPango", .call = vendors<32>, .out = "Lattice pango", .trace = "rd 1d5=99 rd 2e0=55"},
     {.name = "VendorsUnknownAndZero", .regs = {{0x1D5, 0x12}, {0x2E0, 0x00}}, .call = vendors<32>,
      .out = "Undentified Anlu", .trace = "rd 1d5=12 rd 2e0=00"},
@@ -775,11 +787,14 @@ const CallCase kInventory[] = {
     {.name = "VendorsExactFit", .call = vendors<15>, .out = "Lattice pango", .trace = "rd 1d5=99 rd 2e0=55"},
     {.name = "VendorsCutByOne", .call = vendors<14>, .out = "Lattice pang", .trace = "rd 1d5=99 rd 2e0=55",
      .log = "0:BSP: snprintf Lattice and pango to CPLD str failed, result = -1."},
-    {.name = "ChipIdsOfTheDriverAndBadArguments", .call = chip_ids, .out = "err err err ok err 612bd043 42b899 00 00 00 00",
-     .trace = "cpldid 1=2", .log = "0:Input para err, cpldId(0) | 0:Input para err, cpldId(2) | 0:Input para err, cpldId(0) | " +
+    {.name = "ChipIdsOfTheDriverAndBadArguments", .call = chip_ids,
+     .out = "err err err ok err 612bd043 42b899 00 00 00 00",
+     .trace = "cpldid 1=2",
+     .log = "0:Input para err, cpldId(0) | 0:Input para err, cpldId(2) | 0:Input para err, cpldId(0) | " +
                                    kIdsLine + "0. | 0:Input para err, cpldId(1)"},
     {.name = "ChipIdCountMismatch", .setup = [](B &b) { b.set_cpld_ids({0x612BD043, 0x0042B899, 0x03004C37}); },
-     .call = CHIP_ID, .out = "err", .trace = "cpldid 0=3", .log = "0:Cpld num is out of range, get cnt(3), fact cnt(2)"},
+     .call = CHIP_ID, .out = "err", .trace = "cpldid 0=3",
+     .log = "0:Cpld num is out of range, get cnt(3), fact cnt(2)"},
     // Room for one id only: the bounded copy refuses, and its code is the result.
     {.name = "ChipIdSmallBuffer", .call = BSP_CALL(BSP_GetCpldChipId(reinterpret_cast<uint32_t *>(g), 4, 2, 0)),
      .out = "34", .trace = "cpldid 0=2", .log = kIdsLine + "34."},
@@ -795,7 +810,8 @@ const CallCase kInventory[] = {
     {.name = "UpgNumAllTenFail", .faults = {{Op::CpldSetNum, 10, -5}}, .call = BSP_CALL(BSP_SetCpldUpgNum(2)),
      .out = "-5", .trace = driver_trace("cpldnum 2", "cpldnum 2!-5", 10), .log = "0:Set upgrade num failed(-5)"},
     {.name = "ChipTypes", .call = chip_types, .out = "ok err ok 00 00 01 02 02 ee 01",
-     .log = "1:Cpld(0) is anlu | 1:Cpld(1) is anlu | 1:Cpld(2) is lattice | 1:Cpld(3) is pango | " "1:Cpld(4) is pango | 0:Invalid cpld chip id(305419896) | 1:Cpld(1) is lattice"},
+     .log = "1:Cpld(0) is anlu | 1:Cpld(1) is anlu | 1:Cpld(2) is lattice | 1:Cpld(3) is pango | "
+            "1:Cpld(4) is pango | 0:Invalid cpld chip id(305419896) | 1:Cpld(1) is lattice"},
 };
 
 BSP_CASES(Inventory, CpldCall, kInventory);

@@ -43,7 +43,7 @@ std::vector<std::string> *g_complaints = nullptr;
 void complain(const gchar *, GLogLevelFlags level, const gchar *message, gpointer)
 {
     std::string text = message ? message : "";
-    if ((level & (G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING)) != 0) g_complaints->push_back(text.substr(0, text.find(':')));
+    if (level & (G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING)) g_complaints->push_back(text.substr(0, text.find(':')));
 }
 
 class Dfl : public bsptest::SimTestWithParam<DflCase> {};
@@ -140,7 +140,8 @@ DflCase getter(const char *name, Call call, const char *stored, const char *valu
 DflCase setter(const char *name, Call call, const char *initial, const char *stored, const char *logged, bool option)
 {
     return {.name = name, .props = {{"Value", initial}, {"Other", "int64 1"}}, .call = call,
-            .out = "0 " + std::string(stored) + " | 77 | -5 int64 1" + (option ? kOpts : kNoOpts), .log = set_lines(logged)};
+            .out = "0 " + std::string(stored) + " | 77 | -5 int64 1" +
+                   (option ? kOpts : kNoOpts), .log = set_lines(logged)};
 }
 
 // Values are logged with %d: a uint32 above 0x7FFFFFFF shows negative. The byte getter has a
@@ -158,8 +159,10 @@ const DflCase kNumbers[] = {
     setter("set_ubyte", SET3_PLAIN(uint8_t, dfl_set_property_ubyte, 200), "byte 0", "byte 0xc8", "200", false),
     setter("set_ubyte_option", SET3(uint8_t, dfl_set_property_ubyte_option, 200), "byte 0", "byte 0xc8", "200", true),
     setter("BSP_SetPropertyUbyte", SET3(uint8_t, BSP_SetPropertyUbyte, 1), "byte 0", "byte 0x01", "1", true),
-    setter("set_uint16", SET3_PLAIN(uint16_t, dfl_set_property_uint16, 65535), "uint16 0", "uint16 65535", "65535", false),
-    setter("BSP_SetPropertyUint16", SET3(uint16_t, BSP_SetPropertyUint16, 40000), "uint16 0", "uint16 40000", "40000", true),
+    setter("set_uint16", SET3_PLAIN(uint16_t, dfl_set_property_uint16, 65535), "uint16 0", "uint16 65535", "65535",
+           false),
+    setter("BSP_SetPropertyUint16", SET3(uint16_t, BSP_SetPropertyUint16, 40000), "uint16 0", "uint16 40000", "40000",
+           true),
     setter("set_int16", SET3_PLAIN(int16_t, dfl_set_property_int16, -2), "int16 0", "int16 -2", "-2", false),
     setter("set_int32", SET3_PLAIN(int32_t, dfl_set_property_int32, -100000), "int32 0", "-100000", "-100000", false),
     setter("set_int32_option", SET3(int32_t, dfl_set_property_int32_option, 7), "int32 0", "7", "7", true),
@@ -205,7 +208,8 @@ std::string arrays(B &b, OBJ_HANDLE h)
     b.fail(Op::MemcpyS, 1, 34);
     out += " " + std::to_string(BSP_Get_property_ubyteArry(h, "Data", buf, 4));
     for (const char *p : {"Empty", "Level"}) out += " " + std::to_string(BSP_Get_property_ubyteArry(h, p, buf, 4));
-    out += " " + std::to_string(BSP_Get_property_ubyteArry(h, "Level", nullptr, 4) + BSP_Get_property_ubyteArry(h, "Level", buf, -1));
+    const int32_t bad_args = BSP_Get_property_ubyteArry(h, "Level", nullptr, 4);
+    out += " " + std::to_string(bad_args + BSP_Get_property_ubyteArry(h, "Level", buf, -1));
     out += " " + std::to_string(buf[0]) + " |";
     out += " " + std::to_string(BSP_Set_property_ubyteArry(h, "Data", data, 3, 0x40));
     out += " " + b.property(kObject, "Data");
@@ -232,15 +236,19 @@ const DflCase kTextsAndArrays[] = {
     {.name = "TextOneShort", .props = {{"Name", "'fan-board'"}}, .call = get_text<9>, .out = "-1 xxxxxxxxxxxxxxxx",
      .log = kResult + "0:Sensor0 get property Name failed(size 9 is too small, string len is 9)."},
     {.name = "TextSizeZeroWraps", .props = {{"Name", "'fan-board'"}}, .call = get_text<0>, .out = "0 xxxxxxxxx0xxxxxx",
-     .log = kResult + "0:Error: copy property string failed, result = " + std::to_string(EINVAL) + ". | 2:Sensor0 get property Name value xxxxxxxxx succeed."},
+     .log = kResult + "0:Error: copy property string failed, result = " + std::to_string(EINVAL) +
+            ". | 2:Sensor0 get property Name value xxxxxxxxx succeed."},
     {.name = "TextEmptyInOneByte", .props = {{"Name", "''"}}, .call = get_text<1>, .out = "0 0xxxxxxxxxxxxxxx",
      .log = kResult + "2:Sensor0 get property Name value  succeed."},
     // A failed copy is only logged: the read still counts as done.
     {.name = "TextCopyFails", .props = {{"Name", "'fan-board'"}},
-     .call = [](B &b, OBJ_HANDLE h) { return b.fail(Op::StrncpyS, 1, 150), get_text<32>(b, h); }, .out = "0 xxxxxxxxx0xxxxxx",
-     .log = kResult + "0:Error: copy property string failed, result = 150. | 2:Sensor0 get property Name value xxxxxxxxx succeed."},
+     .call = [](B &b, OBJ_HANDLE h) { return b.fail(Op::StrncpyS, 1, 150), get_text<32>(b, h); },
+     .out = "0 xxxxxxxxx0xxxxxx",
+     .log = kResult + "0:Error: copy property string failed, result = 150. | "
+                      "2:Sensor0 get property Name value xxxxxxxxx succeed."},
     {.name = "TextRefusedIsMinusOne", .props = {{"Name", "'fan-board'"}},
-     .call = [](B &b, OBJ_HANDLE h) { return b.fail(Op::DflGetProp, 1, 1234), get_text<16>(b, h); }, .out = "-1 xxxxxxxxxxxxxxxx",
+     .call = [](B &b, OBJ_HANDLE h) { return b.fail(Op::DflGetProp, 1, 1234), get_text<16>(b, h); },
+     .out = "-1 xxxxxxxxxxxxxxxx",
      .log = "0:Sensor0 get property Name failed! result: 1234."},
     // A value that is no text gives no text: released, -1, nothing more logged.
     {.name = "TextOfAByteIsMinusOne", .props = {{"Name", "byte 5"}}, .call = get_text<16>, .out = "-1 xxxxxxxxxxxxxxxx",
@@ -252,8 +260,10 @@ const DflCase kTextsAndArrays[] = {
          return std::to_string(rc) + " " + std::to_string(v);
      },
      .out = "-2 3", .log = "0:(null) get property Value failed! result: -2."},
-    {.name = "TextSetter", .props = {{"Name", "''"}}, .call = set_text, .out = "0 'fan board' | 9 | -1 'fan board' opt 0x0 opt 0x0",
-     .log = "2:Sensor0 set property Name value fan board succeed. | 0:Sensor0 set property Name value x failed! result: 9. | "
+    {.name = "TextSetter", .props = {{"Name", "''"}}, .call = set_text,
+     .out = "0 'fan board' | 9 | -1 'fan board' opt 0x0 opt 0x0",
+     .log = "2:Sensor0 set property Name value fan board succeed. | "
+            "0:Sensor0 set property Name value x failed! result: 9. | "
             "0:Sensor0 set property Name failed(buff is null)."},
     {.name = "ArrayLongerPropertyCopiesLength", .props = {{"Data", "@ay [1, 2, 3, 4, 5, 6]"}}, .call = get_array<4>,
      .out = "0 1 2 3 4 238 238 238 238"},
@@ -263,8 +273,11 @@ const DflCase kTextsAndArrays[] = {
      .out = "0 9 8 7 6 5 4 3 2"},
     {.name = "ArrayFailures", .props = {{"Data", "@ay [1, 2]"}, {"Empty", "@ay []"}, {"Level", "byte 5"}},
      .call = arrays,
-     .out = "51 -3 34 -1 -1 -2 7 | 0 [byte 0x01, 0x02, 0xff] -1 -1 -1 -1 [byte 0x01, 0x02, 0xff] opt 0x40 opt 0x0 opt 0x0 5",
-     .log = "0:Get Data error!, ret is 51 | 0:Get Missing error!, ret is -3 | 0:Memcpy Data to buf failed, ret is 34. | " "0:Update Data fail, ret=7. | 0:Update Level fail, ret=-5. | 1:Get property(Data) data fail. | " "1:Get property(Data) data fail.",
+     .out = "51 -3 34 -1 -1 -2 7 | 0 [byte 0x01, 0x02, 0xff] -1 -1 -1 -1 [byte 0x01, 0x02, 0xff] "
+            "opt 0x40 opt 0x0 opt 0x0 5",
+     .log = "0:Get Data error!, ret is 51 | 0:Get Missing error!, ret is -3 | "
+            "0:Memcpy Data to buf failed, ret is 34. | 0:Update Data fail, ret=7. | 0:Update Level fail, ret=-5. | "
+            "1:Get property(Data) data fail. | 1:Get property(Data) data fail.",
      .complaints = {"g_variant_get_fixed_array"}},
 };
 

@@ -52,7 +52,8 @@ std::string regulators(B &)
 }
 
 const std::string kLift = "wr ea&01=0", kClose = " wr ea&01=1";
-const std::string kBusWriteFail = "0:write add :e9  data: 1 cpld error.", kModeFail = "0:BSP: write up_mode_reg(0xe9-bit0) fail";
+const std::string kBusWriteFail = "0:write add :e9  data: 1 cpld error.";
+const std::string kModeFail = "0:BSP: write up_mode_reg(0xe9-bit0) fail";
 const std::string kWpFail = "0:BSP: write up_wp_reg(0xea-bit0) fail", kReadFail = "0:read cpld error.";
 const std::string kOk1 = "1:Write up_mode_reg(0xe9-bit0=1) ok, WpReg(0xea):bit0";
 const std::string kFail1 = "0:Write up_mode_reg(0xe9-bit0=1) fail, WpReg(0xea):bit0";
@@ -78,7 +79,8 @@ const CallCase kMode[] = {
      .log = "1:Write up_mode_reg(0xe9-bit2=0) ok, WpReg(0xea):bit2"},
     // Over SPI the bit writes go through the framework's chip write, where protection holds too.
     {.name = "Cpld1OnOverSpi", .profile = "4u4c", .call = set_mode<1, 1>, .out = "ok ok 01",
-     .trace = "dfl_chip_bytewrite cpld1@1d4&01=00 dfl_chip_bytewrite cpld1@1d3&01=01 delay 10 srd 1d3=01 " "dfl_chip_bytewrite cpld1@1d4&01=01 srd 1d3=01",
+     .trace = "dfl_chip_bytewrite cpld1@1d4&01=00 dfl_chip_bytewrite cpld1@1d3&01=01 delay 10 srd 1d3=01 "
+              "dfl_chip_bytewrite cpld1@1d4&01=01 srd 1d3=01",
      .log = "1:Write up_mode_reg(0x1d3-bit0=1) ok, WpReg(0x1d4):bit0"},
     {.name = "ProtectedBitIsNotWritten", .call = BSP_CALL(BSP_WriteCpldBit(0xE9, 0, 1)), .trace = "wr e9&01=1!wp"},
     {.name = "UnknownCpldIsRefusedSilently",
@@ -102,7 +104,8 @@ const CallCase kMode[] = {
      .log = times(3, kReadFail, " | ") + " | " + kFail1},
     // The bit does not stick: three writes 10 ms apart, then the failure line.
     {.name = "ModeBitReadsBackZero", .setup = [](B &b) { b.script(bspsim::Source::Register, 0xE9, {0, 0, 0}); },
-     .call = SET(0, 1), .out = "err", .trace = kLift + " " + times(3, "wr e9&01=1 delay 10 rd e9&01=0") + kClose, .log = kFail1},
+     .call = SET(0, 1), .out = "err", .trace = kLift + " " + times(3, "wr e9&01=1 delay 10 rd e9&01=0") + kClose,
+     .log = kFail1},
     {.name = "RestoringTheProtectFails", .faults = {{Op::LocalBusWrite, 1, -1, 0xEA, 1}}, .call = SET(0, 1),
      .out = "err", .trace = kLift + " wr e9&01=1 delay 10 rd e9&01=1 wr ea&01=1!-1",
      .log = kOk1 + " | 0:write add :ea  data: 1 cpld error. | " + kWpFail},
@@ -138,8 +141,10 @@ const CallCase kMode[] = {
     // Regulators 0-7 are bits of 0x1AE, 8 and up of 0x1AF; 16 and up reach the register access
     // with a bit above 7; the bit write's own failure is handed back.
     {.name = "RegulatorBits", .faults = {{Op::LocalBusWrite, 1, -1, 0x1AF, 3}}, .call = regulators,
-     .out = "ok ok ok ok ok err err err", .trace = "wr 1ae&01=1 wr 1ae&80=1 wr 1af&01=1 wr 1af&02=1 wr 1af&80=1 wr 1af&04=0!-1",
-     .log = times(2, "0:Input bitNum error, bitNum should be 0-7.", " | ") + " | 0:write add :1af  data: 0 cpld error."},
+     .out = "ok ok ok ok ok err err err",
+     .trace = "wr 1ae&01=1 wr 1ae&80=1 wr 1af&01=1 wr 1af&02=1 wr 1af&80=1 wr 1af&04=0!-1",
+     .log = times(2, "0:Input bitNum error, bitNum should be 0-7.", " | ") +
+            " | 0:write add :1af  data: 0 cpld error."},
 };
 
 BSP_CASES(Mode, UpgradeCall, kMode);
@@ -183,13 +188,15 @@ std::string fw_status(B &)
 
 std::string unsupported(const char *fru)
 {
-    return "0:Fru type " + std::string(fru) + " is invalid, not support record upgrade status to cpld ram. | 0:Fru type " +
+    return "0:Fru type " + std::string(fru) +
+           " is invalid, not support record upgrade status to cpld ram. | 0:Fru type " +
            fru + " is invalid, not support read upgrade status from cpld ram. | ";
 }
 
 const CallCase kFirmware[] = {
     {.name = "StatusFailures", .faults = {{Op::SemP, 1, -1, 29}, {Op::LocalBusRead, 1, -1, 0xBC}}, .call = fw_status,
-     .out = "err err ee err err ee err err ee err err ee err ok ok ee", .trace = "P29!-1 P29 wr ba=55 wr bb=19 rd bc=00!-1 V29",
+     .out = "err err ee err err ee err err ee err err ee err ok ok ee",
+     .trace = "P29!-1 P29 wr ba=55 wr bb=19 rd bc=00!-1 V29",
      .log = unsupported("0x2") + unsupported("0x4") + unsupported("0x7") + unsupported("0xffffffff") +
             "0:get BMC_MUTEX_IPC_CPLD_RAM fail. | 0:read cpld byte error. | 0:BSP_GetCpldRam: error at (line:SAME)"},
 };
