@@ -21,6 +21,7 @@ namespace {
 
 using bspsim::Op;
 using B = bspsim::Board;
+using bsptest::PrintTo;
 using Call = std::function<std::string(B &, OBJ_HANDLE)>;
 
 constexpr const char *kObject = "Sensor0";
@@ -196,8 +197,9 @@ std::string set_text(B &b, OBJ_HANDLE h)
     return out + " | " + std::to_string(null) + " " + b.property(kObject, "Name") + options(b);
 }
 
-// Failures of the framework and of the copy: the array getter passes their codes up, the
-// array setter answers -1 whatever the framework's code, and builds nothing from bad bytes.
+// Failures of the framework and of the copy (a length of 0 is a copy into no room): the array
+// getter passes their codes up, the array setter answers -1 whatever the framework's code, and
+// builds nothing from bad bytes, though an empty array is fine.
 std::string arrays(B &b, OBJ_HANDLE h)
 {
     uint8_t buf[4] = {7, 7, 7, 7};
@@ -210,12 +212,14 @@ std::string arrays(B &b, OBJ_HANDLE h)
     for (const char *p : {"Empty", "Level"}) out += " " + std::to_string(BSP_Get_property_ubyteArry(h, p, buf, 4));
     const int32_t bad_args = BSP_Get_property_ubyteArry(h, "Level", nullptr, 4);
     out += " " + std::to_string(bad_args + BSP_Get_property_ubyteArry(h, "Level", buf, -1));
+    out += " " + std::to_string(BSP_Get_property_ubyteArry(h, "Data", buf, 0));
     out += " " + std::to_string(buf[0]) + " |";
     out += " " + std::to_string(BSP_Set_property_ubyteArry(h, "Data", data, 3, 0x40));
     out += " " + b.property(kObject, "Data");
     b.fail(Op::DflSetProp, 1, 7);
     for (const char *p : {"Data", "Level"}) out += " " + std::to_string(BSP_Set_property_ubyteArry(h, p, data, 1, 0));
-    out += " " + std::to_string(BSP_Set_property_ubyteArry(h, "Data", nullptr, 3, 0));
+    out += " " + std::to_string(BSP_Set_property_ubyteArry(h, "Data", nullptr, 1, 0));
+    out += " " + std::to_string(BSP_Set_property_ubyteArry(h, "Empty", nullptr, 0, 0));
     out += " " + std::to_string(BSP_Set_property_ubyteArry(h, "Data", data, -1, 0));
     return out + " " + b.property(kObject, "Data") + options(b) + " " + std::to_string(b.events(Op::DflGetProp).size());
 }
@@ -273,10 +277,11 @@ const DflCase kTextsAndArrays[] = {
      .out = "0 9 8 7 6 5 4 3 2"},
     {.name = "ArrayFailures", .props = {{"Data", "@ay [1, 2]"}, {"Empty", "@ay []"}, {"Level", "byte 5"}},
      .call = arrays,
-     .out = "51 -3 34 -1 -1 -2 7 | 0 [byte 0x01, 0x02, 0xff] -1 -1 -1 -1 [byte 0x01, 0x02, 0xff] "
-            "opt 0x40 opt 0x0 opt 0x0 5",
+     .out = "51 -3 34 -1 -1 -2 22 7 | 0 [byte 0x01, 0x02, 0xff] -1 -1 -1 0 -1 [byte 0x01, 0x02, 0xff] "
+            "opt 0x40 opt 0x0 opt 0x0 opt 0x0 6",
      .log = "0:Get Data error!, ret is 51 | 0:Get Missing error!, ret is -3 | "
-            "0:Memcpy Data to buf failed, ret is 34. | 0:Update Data fail, ret=7. | 0:Update Level fail, ret=-5. | "
+            "0:Memcpy Data to buf failed, ret is 34. | 0:Memcpy Data to buf failed, ret is 22. | "
+            "0:Update Data fail, ret=7. | 0:Update Level fail, ret=-5. | "
             "1:Get property(Data) data fail. | 1:Get property(Data) data fail.",
      .complaints = {"g_variant_get_fixed_array"}},
 };
