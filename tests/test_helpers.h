@@ -164,8 +164,9 @@ inline std::string times(size_t n, const std::string &s, const char *sep = " ")
     return out;
 }
 
-// Bytes a call under test may write to; 0xEE before every case.
-inline uint8_t g_out[8];
+// Bytes a call under test may write to (aligned for the calls that take 32-bit words); 0xEE
+// before every case.
+alignas(8) inline uint8_t g_out[8];
 
 // What a call left for its caller: its status ("ok", "err" for -1, else the signed value), then
 // the first `n` bytes of g_out in hex, e.g. "ok a5 01".

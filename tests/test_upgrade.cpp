@@ -16,7 +16,6 @@ using bsptest::times;
 using B = bspsim::Board;
 
 uint8_t *const g = bsptest::g_out;
-constexpr uint32_t kAny = bspsim::kAnyKey;
 
 using UpgradeCall = bsptest::CallTest;
 TEST_P(UpgradeCall, ShowsWhatItDid) { run(); }
