@@ -1,424 +1,102 @@
-// CPLD register access: which path each hub takes on which board, what goes over the bus,
-// argument checks, SPI retries, the debounced read and the thin users of the hubs.
+// The CPLD family: register access over the local bus and SPI with the hubs that choose between
+// them, the thin users of the hubs, the RAM behind its address/data window, the upgrade state
+// the framework keeps, and the inventory: count, self tests, health, vendors, device ids.
 #include <array>
 #include <cstdint>
-#include <cstdio>
-#include <functional>
+#include <cstring>
+#include <list>
 #include <string>
 #include <vector>
 
 #include "bmc_bsp.h"
-#include "cpld_test_util.h"
+#include "platform/sem.h"
 #include "test_helpers.h"
 
 namespace {
 
 using bspsim::Op;
 using bspsim::Source;
+using bsptest::CallCase;
 using bsptest::kErr;
-using cpldtest::trace;
-using Strings = std::vector<std::string>;
+using bsptest::res;
+using bsptest::times;
+using B = bspsim::Board;
 
-using cpldtest::PrintTo;  // case tables print as their names
-
-using CpldTest = cpldtest::BoardIdRead<bsptest::SimTest>;
-template <typename T>
-using CpldTestWithParam = cpldtest::BoardIdRead<bsptest::SimTestWithParam<T>>;
-
-// ------------------------------------------------------------------------ path choice
-
-// One call of each hub on register 0x13 (holding 0xA5), with what it puts on each path.
-struct HubCall {
-    const char *name;
-    std::function<uint32_t()> call;
-    Strings local_bus;
-    Strings spi;
-};
-
-uint8_t g_sink[4];
-
-const std::vector<HubCall> &hub_calls()
-{
-    static const std::vector<HubCall> calls = {
-        {"ReadCpldBytes", [] { return BSP_ReadCpldBytes(0x13, 2, g_sink); },
-         {"lb_read 0x013 mask=0x00 len=2 =0xa5"},
-         {"spi_read 0x013 =0xa5", "spi_read 0x014 =0x00"}},
-        {"WriteCpldByte", [] { return BSP_WriteCpldByte(0x13, 0x5A); },
-         {"lb_write 0x013 mask=0x00 =0x5a"},
-         {"spi_write 0x013 =0x5a"}},
-        {"ReadCpldBit", [] { return BSP_ReadCpldBit(0x13, 2, g_sink); },
-         {"lb_read 0x013 mask=0x04 len=1 =0x01"},
-         {"spi_read 0x013 =0xa5"}},
-        {"WriteCpldBit", [] { return BSP_WriteCpldBit(0x13, 3, 1); },
-         {"lb_write 0x013 mask=0x08 =0x01"},
-         {"chip_write cpld1 0x013 mask=0x08 =0x01"}},
-        // The debug writer rewrites the whole byte on SPI: 0xA5 with bit 6 set is 0xE5.
-        {"DegWriteCpldBit", [] { return BSP_DegWriteCpldBit(0x13, 6, 1); },
-         {"lb_write 0x013 mask=0x40 =0x01"},
-         {"spi_read 0x013 =0xa5", "spi_write 0x013 =0xe5"}},
-    };
-    return calls;
-}
-
-enum class Path { LocalBus, Spi };
-
-struct PathCase {
-    const char *name;
-    const char *profile;
-    const char *lbus;  // object the CPLD's "LBus" refers to; nullptr: as the profile has it
-    Path expected;
-};
-
-const PathCase kPathCases[] = {
-    {"ArmBoardOnLocalBus", "default", nullptr, Path::LocalBus},
-    {"X86BoardOnLocalBus", "x86-2u", nullptr, Path::LocalBus},
-    {"ArmBoardWithCpldOnSpi1", "default", "spi1", Path::Spi},
-    {"ExpansionBoardWithCpldOnSpi1", "exp-2u", "spi1", Path::Spi},
-    {"OtherSpiControllerIsNotSpi", "default", "spi2", Path::LocalBus},
-    {"SmmStaysOnLocalBusEvenWithSpi1", "smm", "spi1", Path::LocalBus},
-    {"Board71OnSpi1", "4u4c", nullptr, Path::Spi},
-    {"Board71UsesSpiEvenOnLocalBus", "4u4c", "localbus", Path::Spi},
-};
-
-class HubPath : public CpldTestWithParam<PathCase> {
-protected:
-    std::string profile() const override { return GetParam().profile; }
-};
-
-TEST_P(HubPath, EveryHubTakesTheBoardsPathAtEveryCall)
-{
-    const PathCase &c = GetParam();
-    if (c.lbus != nullptr) {
-        if (sim().handle_of(c.lbus) == 0) sim().add_object(c.lbus, "Bus");
-        sim().set_reference("cpld1", "LBus", c.lbus);
-    }
-    for (const HubCall &h : hub_calls()) {
-        SCOPED_TRACE(h.name);
-        sim().set_reg(0x13, 0xA5);
-        sim().set_reg(0x14, 0x00);
-        sim().clear_events();
-        EXPECT_EQ(h.call(), 0u);
-        EXPECT_EQ(trace(sim()), c.expected == Path::Spi ? h.spi : h.local_bus);
-        // The bus is looked up afresh at every call, never cached; SMM boards never ask.
-        EXPECT_EQ(count(Op::DflGetRef), std::string(c.profile) == "smm" ? 0u : 1u);
-    }
-    EXPECT_EQ(g_sink[0], 1) << "a bit read hands back 0 or 1";
-}
-
-BSP_CASES(Boards, HubPath, kPathCases);
-
-// When the CPLD object or its bus cannot be found, the local bus is used, with a log line
-// whose level tells the two apart.
-struct LookupFailure {
-    const char *name;
-    Op op;
-    std::string log;
-};
-
-class SpiLookupFailure : public CpldTestWithParam<LookupFailure> {};
-
-TEST_P(SpiLookupFailure, FallsBackToLocalBusAndLogs)
-{
-    // A board other than 0x71 whose CPLD is on spi1: only the lookup decides.
-    sim().add_object("spi1", "SpiBus");
-    sim().set_reference("cpld1", "LBus", "spi1");
-    sim().fail(GetParam().op, 1, -5);
-    EXPECT_EQ(BSP_UseSpi2Cpld(), 0u);
-    EXPECT_EQ(debug_texts(), Strings{GetParam().log});
-    sim().fail(GetParam().op, 1, -5);
-    EXPECT_EQ(BSP_WriteCpldByte(0x20, 0x11), 0u);
-    EXPECT_EQ(trace(sim()), Strings{"lb_write 0x020 mask=0x00 =0x11"});
-    EXPECT_EQ(BSP_UseSpi2Cpld(), 1u) << "with the fault gone the SPI bus is found again";
-}
-
-const LookupFailure kLookupFailures[] = {
-    {"NoCpldObject", Op::DflGetHandle, "0:Get cpld1 obj handle fail, hdl=0, ret=-5"},
-    {"NoBusReference", Op::DflGetRef, "2:Get cpld1 refobj(LBus) handle fail, ret=-5"},
-};
-BSP_CASES(Lookups, SpiLookupFailure, kLookupFailures);
-
-// ------------------------------------------------------------------- argument checks
-
-struct ArgCase {
-    const char *name;
-    std::function<uint32_t()> call;
-    std::string log;  // "" when the refusal is silent
-};
-
-uint8_t g_byte;
-
-const ArgCase kArgCases[] = {
-    {"ReadBytesNullOut", [] { return BSP_ReadCpldBytes(0x10, 1, nullptr); }, "0:pOut is null."},
-    {"ReadBytesAddr400", [] { return BSP_ReadCpldBytes(0x400, 1, g_sink); }, "0:Offset addr(0x0400) err."},
-    {"ReadBytesHugeAddr", [] { return BSP_ReadCpldBytes(0x12345, 1, g_sink); }, "0:Offset addr(0x12345) err."},
-    {"WriteByteAddr400", [] { return BSP_WriteCpldByte(0x400, 1); }, "0:Offset addr(0x0400) err."},
-    {"ReadBitNullOut", [] { return BSP_ReadCpldBit(0x10, 0, nullptr); }, ""},
-    {"ReadBitAddr400", [] { return BSP_ReadCpldBit(0x400, 0, &g_byte); }, "0:Offset addr(0x0400) err."},
-    {"ReadBit8", [] { return BSP_ReadCpldBit(0x10, 8, &g_byte); }, "0:Input bit_num error."},
-    {"WriteBitAddr400", [] { return BSP_WriteCpldBit(0x400, 0, 1); }, "0:Offset is out of range."},
-    {"WriteBit8", [] { return BSP_WriteCpldBit(0x10, 8, 1); }, "0:Input bitNum error, bitNum should be 0-7."},
-    {"DegWriteBitAddr400", [] { return BSP_DegWriteCpldBit(0x400, 0, 1); }, "0:Offset is out of range."},
-    {"DegWriteBit8", [] { return BSP_DegWriteCpldBit(0x10, 8, 1); }, "0:Input bitNum error, bitNum should be 0-7."},
-    {"DebouncedNullOut", [] { return BSP_ReadCpldByteForTdm(0x29, 1, nullptr); }, ""},
-    {"DebouncedPlainNullOut", [] { return BSP_ReadCpldByteForTdm(0x10, 1, nullptr); }, ""},
-};
-
-// Checked on a board that would use SPI, so a check that came after the path choice would
-// show as a framework lookup.
-class HubArguments : public CpldTestWithParam<ArgCase> {
-protected:
-    std::string profile() const override { return "4u4c"; }
-};
-
-TEST_P(HubArguments, RefusedBeforeAnyTraffic)
-{
-    EXPECT_EQ(GetParam().call(), kErr);
-    EXPECT_EQ(debug_texts(), GetParam().log.empty() ? Strings{} : Strings{GetParam().log});
-    EXPECT_EQ(cpldtest::bus_traffic(sim()), 0u);
-    EXPECT_EQ(count(Op::DflGetHandle), 0u);
-}
-
-BSP_CASES(Hubs, HubArguments, kArgCases);
-
-using HubLimits = CpldTest;
-
-// The last register and bit are accepted, and neither `len` nor addr + len is checked: a read
-// running past the last register goes to the driver, which refuses it.
-TEST_F(HubLimits, LastRegisterAndBitPassAndLengthIsNotChecked)
-{
-    uint8_t buf[4] = {};
-    EXPECT_EQ(BSP_ReadCpldBit(0x3FF, 7, buf), 0u);
-    EXPECT_EQ(BSP_WriteCpldBit(0x3FF, 7, 1), 0u);
-    EXPECT_EQ(BSP_WriteCpldByte(0x3FF, 0x80), 0u);
-    EXPECT_EQ(BSP_ReadCpldBytes(0x3FF, 4, buf), kErr);
-    EXPECT_EQ(trace(sim()), (Strings{"lb_read 0x3ff mask=0x80 len=1 =0x00", "lb_write 0x3ff mask=0x80 =0x01",
-                                     "lb_write 0x3ff mask=0x00 =0x80", "lb_read 0x3ff mask=0x00 len=1 =0x00 rc=-1 malformed"}));
-    EXPECT_EQ(debug_texts(), Strings{"0:read cpld byte error."});
-}
-
-// ------------------------------------------------------------------ request records
-
-// The path functions called directly: the record the driver sees (the simulator refuses any
-// record whose fixed fields are wrong) and the log of a failed call.
-struct RecordCase {
-    const char *name;
-    std::function<uint32_t()> call;
-    Op fault;  // Op::None: no fault
-    uint32_t status;
-    Strings trace;
-    Strings logs;
-};
-
-const RecordCase kRecordCases[] = {
-    {"LbReadBytes", [] { return BSP_LbReadCpldBytes(0x20, 3, g_sink); }, Op::None, 0,
-     {"lb_read 0x020 mask=0x00 len=3 =0x96"}, {}},
-    {"LbReadBytesFails", [] { return BSP_LbReadCpldBytes(0x20, 3, g_sink); }, Op::LocalBusRead, kErr,
-     {"lb_read 0x020 mask=0x00 len=1 =0x00 rc=-4"}, {"0:read cpld byte error."}},
-    {"LbWriteByte", [] { return BSP_LbWriteCpldByte(0x20, 0x81); }, Op::None, 0,
-     {"lb_write 0x020 mask=0x00 =0x81"}, {}},
-    {"LbWriteByteFails", [] { return BSP_LbWriteCpldByte(0x20, 0x81); }, Op::LocalBusWrite, kErr,
-     {"lb_write 0x020 mask=0x00 =0x81 rc=-4"}, {"0:write add :20  data: 81 cpld error."}},
-    {"LbReadBit7", [] { return BSP_LbReadCpldBit(0x20, 7, g_sink); }, Op::None, 0,
-     {"lb_read 0x020 mask=0x80 len=1 =0x01"}, {}},
-    // The read mask is cut to 8 bits: bit 8 asks for no bit at all, which the driver refuses.
-    {"LbReadBit8MaskCut", [] { return BSP_LbReadCpldBit(0x20, 8, g_sink); }, Op::None, kErr,
-     {"lb_read 0x020 mask=0x00 len=1 =0x00 rc=-1 malformed"}, {"0:read cpld error."}},
-    {"LbReadBitFails", [] { return BSP_LbReadCpldBit(0x20, 1, g_sink); }, Op::LocalBusRead, kErr,
-     {"lb_read 0x020 mask=0x02 len=1 =0x00 rc=-4"}, {"0:read cpld error."}},
-    // The write's value goes as given, not reduced to one bit.
-    {"LbWriteBitValueAsGiven", [] { return BSP_LbWriteCpldBit(0x20, 0, 5); }, Op::None, 0,
-     {"lb_write 0x020 mask=0x01 =0x05"}, {}},
-    // The write mask is not cut: bit 8 reaches the driver as 0x100.
-    {"LbWriteBit8MaskUncut", [] { return BSP_LbWriteCpldBit(0x20, 8, 1); }, Op::None, kErr,
-     {"lb_write 0x020 mask=0x100 =0x00 rc=-1 malformed"}, {"0:write add :20  data: 1 cpld error."}},
-    {"SpiReadByte", [] { return BSP_SpiReadCpldByte(0x1AC, g_sink); }, Op::None, 0, {"spi_read 0x1ac =0x3c"}, {}},
-    {"SpiReadByteFails", [] { return BSP_SpiReadCpldByte(0x1AC, g_sink); }, Op::SpiRead, kErr,
-     {"spi_read 0x1ac =0x00 rc=-4"}, {"0:Read cpld(0x1ac) byte error(-4)."}},
-    {"SpiReadBytesOnce", [] { return BSP_SpiReadCpldBytesOnce(0x20, 2, g_sink); }, Op::None, 0,
-     {"spi_read 0x020 =0x96", "spi_read 0x021 =0x00"}, {}},
-    {"SpiReadBytesOnceLen0", [] { return BSP_SpiReadCpldBytesOnce(0x20, 0, g_sink); }, Op::None, 0, {}, {}},
-    {"SpiReadBytesOnceFails", [] { return BSP_SpiReadCpldBytesOnce(0x20, 2, g_sink); }, Op::SpiRead, kErr,
-     {"spi_read 0x020 =0x00 rc=-4"}, {"0:Read cpld(0x20) byte error(-4).", "0:Read cpld(0x20) bytes(len=2) error."}},
-    {"SpiReadBitOnce", [] { return BSP_SpiReadCpldBitOnce(0x20, 4, g_sink); }, Op::None, 0,
-     {"spi_read 0x020 =0x96"}, {}},
-    {"SpiWriteByteOnce", [] { return BSP_SpiWriteCpldByteOnce(0x2FF, 0x42); }, Op::None, 0, {"spi_write 0x2ff =0x42"}, {}},
-    {"SpiWriteByteOnceFails", [] { return BSP_SpiWriteCpldByteOnce(0x2FF, 0x42); }, Op::SpiWrite, kErr,
-     {"spi_write 0x2ff =0x42 rc=-4"}, {"0:Write to cpld addr(2ff) data(42) error, ret=-4."}},
-    // Any non-zero value sets the bit; the mask is cut to 8 bits.
-    {"SpiDflWriteBitOnce", [] { return BSP_SpiDflWriteCpldBitOnce(0x20, 2, 7); }, Op::None, 0,
-     {"chip_write cpld1 0x020 mask=0x04 =0x01"}, {}},
-    {"SpiDflWriteBitOnceFails", [] { return BSP_SpiDflWriteCpldBitOnce(0x20, 2, 0); }, Op::DflChipByteWrite,
-     static_cast<uint32_t>(-4), {"chip_write cpld1 0x020 mask=0x04 =0x00 rc=-4"}, {}},
-    // The chip is written by name, so a failed object lookup is only logged.
-    {"SpiDflWriteBitOnceNoHandle", [] { return BSP_SpiDflWriteCpldBitOnce(0x20, 0, 1); }, Op::DflGetHandle, 0,
-     {"chip_write cpld1 0x020 mask=0x01 =0x01"}, {"0:Get cpld1 obj handle fail, hdl=0, ret=-4"}},
-};
-
-class PathRecords : public CpldTestWithParam<RecordCase> {};
-
-TEST_P(PathRecords, DriverSeesTheRecordAndFailuresAreLogged)
-{
-    const RecordCase &c = GetParam();
-    sim().set_reg(0x20, 0x96);
-    sim().set_reg(0x1AC, 0x3C);
-    if (c.fault != Op::None) sim().fail(c.fault, 1, -4);
-    sim().clear_events();
-    EXPECT_EQ(c.call(), c.status);
-    EXPECT_EQ(trace(sim()), c.trace);
-    EXPECT_EQ(debug_texts(), c.logs);
-}
-
-BSP_CASES(Paths, PathRecords, kRecordCases);
-
-using PathValues = CpldTest;
-
-TEST_F(PathValues, ReadsHandBackTheRegisters)
-{
-    sim().set_reg(0x20, 0x96);
-    sim().set_reg(0x21, 0x5A);
-    uint8_t buf[3] = {0xEE, 0xEE, 0xEE};
-    ASSERT_EQ(BSP_LbReadCpldBytes(0x20, 2, buf), 0u);
-    EXPECT_EQ(buf[0], 0x96);
-    EXPECT_EQ(buf[1], 0x5A);
-    EXPECT_EQ(buf[2], 0xEE);
-    for (uint32_t bit = 0; bit < 8; ++bit) {
-        uint8_t lb = 0xEE, spi = 0xEE;
-        ASSERT_EQ(BSP_LbReadCpldBit(0x20, bit, &lb), 0u);
-        ASSERT_EQ(BSP_SpiReadCpldBitOnce(0x20, bit, &spi), 0u);
-        EXPECT_EQ(lb, (0x96 >> bit) & 1) << "bit " << bit;
-        EXPECT_EQ(spi, (0x96 >> bit) & 1) << "bit " << bit;
-    }
-}
-
-// ------------------------------------------------------------------------ SPI retries
-
-struct RetryCase {
-    const char *name;
-    std::function<uint32_t()> call;
-    Op fault;
-    uint32_t failures;
-    uint32_t key;  // register the fault is armed for
-    uint32_t status;
-    Op attempt;          // the call each attempt makes
-    size_t attempts;     // calls of `attempt` made
-    uint32_t delayed_ms; // 10 ms after every failed attempt
-};
-
+uint8_t *const g = bsptest::g_out;
 constexpr uint32_t kAny = bspsim::kAnyKey;
 
-const RetryCase kRetryCases[] = {
-    {"WriteByteFailsFiveTimes", [] { return BSP_WriteCpldByte(0x13, 0x5A); }, Op::SpiWrite, 5, kAny, kErr,
-     Op::SpiWrite, 5, 50},
-    {"WriteByteSucceedsAtTheFifth", [] { return BSP_WriteCpldByte(0x13, 0x5A); }, Op::SpiWrite, 4, kAny, 0,
-     Op::SpiWrite, 5, 40},
-    {"WriteByteStopsAfterFive", [] { return BSP_WriteCpldByte(0x13, 0x5A); }, Op::SpiWrite, 7, kAny, kErr,
-     Op::SpiWrite, 5, 50},
-    // A multi-byte read starts over from its first byte after a failure.
-    {"ReadBytesSecondByteFailsOnce", [] { return BSP_ReadCpldBytes(0x13, 3, g_sink); }, Op::SpiRead, 1, 0x14, 0,
-     Op::SpiRead, 5, 10},
-    {"ReadBytesSecondByteAlwaysFails", [] { return BSP_ReadCpldBytes(0x13, 3, g_sink); }, Op::SpiRead, 5, 0x14,
-     kErr, Op::SpiRead, 10, 50},
-    {"ReadBitFailsFiveTimes", [] { return BSP_ReadCpldBit(0x13, 0, g_sink); }, Op::SpiRead, 5, kAny, kErr,
-     Op::SpiRead, 5, 50},
-    // The masked bit write passes the framework's own code up.
-    {"WriteBitFailsFiveTimes", [] { return BSP_WriteCpldBit(0x13, 1, 1); }, Op::DflChipByteWrite, 5, kAny,
-     static_cast<uint32_t>(-7), Op::DflChipByteWrite, 5, 50},
-    {"WriteBitSucceedsAtTheThird", [] { return BSP_WriteCpldBit(0x13, 1, 1); }, Op::DflChipByteWrite, 2, kAny, 0,
-     Op::DflChipByteWrite, 3, 20},
-    // The debug writer reads once, without retries, and only its write retries.
-    {"DebugWriteReadFails", [] { return BSP_DegWriteCpldBit(0x13, 1, 1); }, Op::SpiRead, 1, kAny, kErr,
-     Op::SpiRead, 1, 0},
-    {"DebugWriteWriteFailsFiveTimes", [] { return BSP_DegWriteCpldBit(0x13, 1, 1); }, Op::SpiWrite, 5, kAny, kErr,
-     Op::SpiWrite, 5, 50},
-};
+using CpldCall = bsptest::CallTest;
+TEST_P(CpldCall, ShowsWhatItDid) { run(); }
 
-class SpiRetry : public CpldTestWithParam<RetryCase> {
-protected:
-    std::string profile() const override { return "4u4c"; }
-};
-
-TEST_P(SpiRetry, FiveAttemptsTenMillisecondsAfterEachFailure)
+std::string hx(unsigned v)
 {
-    const RetryCase &c = GetParam();
-    sim().fail(c.fault, c.failures, -7, c.key);
-    uint64_t start = sim().now_ms();
-    EXPECT_EQ(c.call(), c.status);
-    EXPECT_EQ(count(c.attempt), c.attempts);
-    EXPECT_EQ(sim().now_ms() - start, c.delayed_ms);
-    for (const auto &d : events(Op::Delay)) EXPECT_EQ(d.a, 10u);
-    EXPECT_EQ(count(Op::Delay) * 10, c.delayed_ms);
+    char b[12];
+    std::snprintf(b, sizeof b, "%02x", v);
+    return b;
 }
 
-BSP_CASES(Hubs, SpiRetry, kRetryCases);
-
-class SpiPath : public CpldTest {
-protected:
-    std::string profile() const override { return "4u4c"; }
-};
-
-TEST_F(SpiPath, EveryAttemptLogsAndPartialReadsStay)
+// Points the CPLD's "LBus" at `bus`, made when the profile lacks it.
+std::function<void(B &)> lbus(const char *bus)
 {
-    sim().set_reg(0x13, 0x11);
-    sim().fail(Op::SpiRead, 5, -3, 0x14);
-    uint8_t buf[3] = {0xEE, 0xEE, 0xEE};
-    EXPECT_EQ(BSP_ReadCpldBytes(0x13, 3, buf), kErr);
-    Strings expected;
-    for (int i = 0; i < 5; ++i) {
-        expected.push_back("0:Read cpld(0x14) byte error(-3).");
-        expected.push_back("0:Read cpld(0x13) bytes(len=3) error.");
-    }
-    EXPECT_EQ(debug_texts(), expected);
-    EXPECT_EQ(buf[0], 0x11) << "bytes read before the failure stay";
-    EXPECT_EQ(buf[2], 0xEE);
-}
-
-TEST_F(SpiPath, DelaysFollowEachFailedAttempt)
-{
-    sim().fail(Op::SpiWrite, 2, -3);
-    EXPECT_EQ(BSP_WriteCpldByte(0x13, 0x5A), 0u);
-    EXPECT_EQ(trace(sim()), (Strings{"spi_write 0x013 =0x5a rc=-3", "delay 10", "spi_write 0x013 =0x5a rc=-3",
-                                     "delay 10", "spi_write 0x013 =0x5a"}));
-    EXPECT_EQ(debug_texts(), (Strings{"0:Write to cpld addr(13) data(5a) error, ret=-3.",
-                                      "0:Write to cpld addr(13) data(5a) error, ret=-3."}));
-    EXPECT_EQ(sim().reg(0x13), 0x5A);
-}
-
-// The debug bit write shifts `value` in unreduced: 3 at bit 1 flips bit 2 as well.
-struct RmwCase {
-    uint8_t before;
-    uint32_t bit;
-    uint8_t value;
-    uint8_t after;
-};
-
-TEST_F(SpiPath, DebugWriteIsReadModifyWriteWithTheUnreducedValue)
-{
-    const RmwCase cases[] = {
-        {0xA5, 1, 1, 0xA7}, {0xA5, 0, 0, 0xA4}, {0xA5, 1, 3, 0xA3}, {0x00, 6, 3, 0xC0}, {0xFF, 7, 2, 0x7F},
+    return [bus](B &b) {
+        if (b.handle_of(bus) == 0) b.add_object(bus, "Bus");
+        b.set_reference("cpld1", "LBus", bus);
     };
-    for (const RmwCase &c : cases) {
-        SCOPED_TRACE(testing::Message() << "before " << int(c.before) << " bit " << c.bit << " value " << int(c.value));
-        sim().set_reg(0x30, c.before);
-        ::testing::internal::CaptureStdout();
-        EXPECT_EQ(BSP_DegWriteCpldBit(0x30, c.bit, c.value), 0u);
-        EXPECT_EQ(::testing::internal::GetCapturedStdout(),
-                  "Note: This method is only used for writting cpldbit in debug.\r");
-        EXPECT_EQ(sim().reg(0x30), c.after);
-    }
 }
 
-// ------------------------------------------------------------------- debounced read
+// ======================================================================== register access
 
-struct TdmCase {
-    const char *name;
-    uint32_t addr;
-    std::vector<uint32_t> samples;
-    int fail_after;  // reads that pass before one fails; -1: none fails
-    uint32_t status;
-    uint8_t value;   // *out when the read succeeds
-    size_t reads;
-    uint64_t delayed_ms;
-};
+// Every hub on register 0x13 (0xA5, 0x14 holding 0) in turn; the bus is looked up afresh at
+// every call (never cached), except on SMM boards, which never ask.
+std::string all_hubs(B &b)
+{
+    b.set_reg(0x13, 0xA5);
+    b.set_reg(0x14, 0x00);
+    uint32_t st = BSP_ReadCpldBytes(0x13, 2, g);
+    st |= BSP_ReadCpldBit(0x13, 2, g + 2);
+    st |= BSP_DegWriteCpldBit(0x13, 6, 1);  // on SPI the whole byte: 0xA5 | 0x40
+    st |= BSP_WriteCpldBit(0x13, 3, 1);
+    st |= BSP_WriteCpldByte(0x13, 0x5A);
+    return res(st, 3) + " refs " + std::to_string(b.events(Op::DflGetRef).size());
+}
+
+// The hubs on `profile` with the CPLD's "LBus" pointed at `bus` (nullptr: as the profile has it).
+CallCase path(const char *name, const char *profile, const char *bus, bool spi)
+{
+    return {.name = name, .profile = profile, .setup = bus ? lbus(bus) : nullptr, .call = all_hubs,
+            .out = std::string("ok a5 00 01 refs ") + (std::string(profile) == "smm" ? "0" : "5"),
+            .trace = spi ? "srd 13=a5 srd 14=00 srd 13=a5 srd 13=a5 swr 13=e5 dfl_chip_bytewrite cpld1@13&08=01 "
+                           "swr 13=5a"
+                         : "rd 13[2]=a5 rd 13&04=1 wr 13&40=1 wr 13&08=1 wr 13=5a"};
+}
+
+// Any lookup failure means the local bus; the line's level tells the two apart.
+std::string lookup_twice(B &)
+{
+    const uint32_t first = BSP_UseSpi2Cpld();
+    const uint32_t write = BSP_WriteCpldByte(0x20, 0x11);
+    return res(first) + " " + res(write) + " then " + res(BSP_UseSpi2Cpld());
+}
+
+// The debug writer on SPI shifts `value` in unreduced (3 at bit 1 sets bit 2 too) and says so.
+template <uint8_t Bit, uint8_t Value>
+std::string noted_write(B &)
+{
+    ::testing::internal::CaptureStdout();
+    const uint32_t st = BSP_DegWriteCpldBit(0x30, Bit, Value);
+    const std::string note = ::testing::internal::GetCapturedStdout();
+    const bool noted = note == "Note: This method is only used for writting cpldbit in debug.\r";
+    return res(st) + (noted ? "" : " without the note");
+}
+
+// The debounced read's samples, each of the whole length of 2, 3 ms after each.
+std::string samples(uint32_t addr, const std::vector<uint32_t> &values)
+{
+    std::string out;
+    char b[32];
+    for (uint32_t v : values) out += (std::snprintf(b, sizeof b, " rd %x[2]=%02x delay 3", addr, v), b);
+    return out.substr(1);
+}
 
 std::vector<uint32_t> counting(uint32_t n, std::vector<uint32_t> tail = {})
 {
@@ -428,177 +106,698 @@ std::vector<uint32_t> counting(uint32_t n, std::vector<uint32_t> tail = {})
     return v;
 }
 
-const TdmCase kTdmCases[] = {
-    {"AgreeAtOnce", 0x29, {7, 7, 7}, -1, 0, 7, 3, 9},
-    {"OneTwoTwoTwo", 0x1D5, {1, 2, 2, 2}, -1, 0, 2, 4, 12},
-    {"Register33", 0x33, {4, 4, 5, 5, 5}, -1, 0, 5, 5, 15},
-    {"NeverRepeats", 0x33, counting(60), -1, kErr, 0, 53, 159},
-    // Three equal samples completed by the 49th extra read are still compared...
-    {"AgreeAtTheLastLook", 0x1D9, counting(49, {99, 99, 99}), -1, 0, 99, 52, 156},
-    // ...but those completed by the 50th are not: it gives up.
-    {"AgreeOneReadTooLate", 0x1D2, counting(50, {99, 99, 99}), -1, kErr, 0, 53, 159},
-    {"FirstReadFails", 0x29, {1, 1, 1}, 0, kErr, 0, 1, 0},
-    {"ThirdReadFails", 0x29, {1, 1, 1}, 2, kErr, 0, 3, 6},
-    {"ExtraReadFails", 0x1D5, counting(10), 4, kErr, 0, 5, 12},
-    {"BelowTheNoisyBlock", 0x1D1, {1, 2}, -1, 0, 1, 1, 0},
-    {"AboveTheNoisyBlock", 0x1DA, {1, 2}, -1, 0, 1, 1, 0},
-    {"PlainRegister", 0x28, {1, 2}, -1, 0, 1, 1, 0},
+std::function<void(B &)> script(uint32_t addr, std::vector<uint32_t> values)
+{
+    return [=](B &b) {
+        b.script(Source::Register, addr, values);
+        b.set_reg(addr + 1, 0x44);
+    };
+}
+
+#define TDM(addr, n) BSP_CALL(BSP_ReadCpldByteForTdm(addr, 2, g), n)
+
+// A debounced read of `addr` answering `values`, of which the first `reads` are read.
+CallCase tdm(const char *name, uint32_t addr, std::vector<uint32_t> values, size_t reads, const char *out)
+{
+    const auto call = [addr](B &) { return res(BSP_ReadCpldByteForTdm(addr, 2, g), 2); };
+    return {.name = name, .setup = script(addr, values), .call = call, .out = out,
+            .trace = samples(addr, std::vector<uint32_t>(values.begin(), values.begin() + reads))};
+}
+
+const std::vector<std::pair<uint32_t, uint8_t>> kR = {{0x20, 0x96}, {0x21, 0x5A}};
+const std::string kWriteFailed = "0:Write to cpld addr(13) data(5a) error, ret=-7.";
+const std::string kReadFailed = "0:Read cpld(0x13) byte error(-7).";
+
+const CallCase kAccess[] = {
+    // The path each board takes.
+    path("ArmBoardOnLocalBus", "default", nullptr, false),
+    path("X86BoardOnLocalBus", "x86-2u", nullptr, false),
+    path("ArmBoardWithCpldOnSpi1", "default", "spi1", true),
+    path("ExpansionBoardWithCpldOnSpi1", "exp-2u", "spi1", true),
+    path("OtherSpiControllerIsNotSpi", "default", "spi2", false),
+    path("SmmStaysOnLocalBusEvenWithSpi1", "smm", "spi1", false),
+    path("Board71OnSpi1", "4u4c", nullptr, true),
+    path("Board71UsesSpiEvenOnLocalBus", "4u4c", "localbus", true),
+    {.name = "NoCpldObjectMeansLocalBus", .faults = {{Op::DflGetHandle, 2, -5}}, .setup = lbus("spi1"),
+     .call = lookup_twice, .out = "ok ok then 1", .trace = "wr 20=11",
+     .log = times(2, "0:Get cpld1 obj handle fail, hdl=0, ret=-5", " | ")},
+    {.name = "NoBusReferenceMeansLocalBus", .faults = {{Op::DflGetRef, 2, -5}}, .setup = lbus("spi1"),
+     .call = lookup_twice, .out = "ok ok then 1", .trace = "wr 20=11",
+     .log = times(2, "2:Get cpld1 refobj(LBus) handle fail, ret=-5", " | ")},
+    // Refused before any traffic.
+    {.name = "ReadBytesNullOut", .call = BSP_CALL(BSP_ReadCpldBytes(0x10, 1, nullptr)), .out = "err",
+     .log = "0:pOut is null."},
+    {.name = "ReadBytesAddr400", .call = BSP_CALL(BSP_ReadCpldBytes(0x400, 1, g)), .out = "err",
+     .log = "0:Offset addr(0x0400) err."},
+    {.name = "ReadBytesHugeAddr", .call = BSP_CALL(BSP_ReadCpldBytes(0x12345, 1, g)), .out = "err",
+     .log = "0:Offset addr(0x12345) err."},
+    {.name = "WriteByteAddr400", .call = BSP_CALL(BSP_WriteCpldByte(0x400, 1)), .out = "err",
+     .log = "0:Offset addr(0x0400) err."},
+    {.name = "ReadBitNullOut", .call = BSP_CALL(BSP_ReadCpldBit(0x10, 0, nullptr)), .out = "err"},
+    {.name = "ReadBitAddr400", .call = BSP_CALL(BSP_ReadCpldBit(0x400, 0, g)), .out = "err",
+     .log = "0:Offset addr(0x0400) err."},
+    {.name = "ReadBit8", .call = BSP_CALL(BSP_ReadCpldBit(0x10, 8, g)), .out = "err", .log = "0:Input bit_num error."},
+    {.name = "WriteBitAddr400", .call = BSP_CALL(BSP_WriteCpldBit(0x400, 0, 1)), .out = "err",
+     .log = "0:Offset is out of range."},
+    {.name = "WriteBit8", .call = BSP_CALL(BSP_WriteCpldBit(0x10, 8, 1)), .out = "err",
+     .log = "0:Input bitNum error, bitNum should be 0-7."},
+    {.name = "DebouncedNullOut", .call = BSP_CALL(BSP_ReadCpldByteForTdm(0x29, 1, nullptr)), .out = "err"},
+    // The last register and bit pass; the length is not checked: the driver refuses the read.
+    {.name = "LastRegister", .call = BSP_CALL(BSP_ReadCpldBit(0x3FF, 7, g)), .trace = "rd 3ff&80=0"},
+    {.name = "LastBit", .call = BSP_CALL(BSP_WriteCpldBit(0x3FF, 7, 1)), .trace = "wr 3ff&80=1"},
+    {.name = "LengthIsNotChecked", .call = BSP_CALL(BSP_ReadCpldBytes(0x3FF, 4, g)), .out = "err",
+     .trace = "rd 3ff=00!bad", .log = "0:read cpld byte error."},
+    // The path functions called directly: the record the driver sees (the simulator refuses one
+    // whose fixed fields are wrong), the bytes handed back and the failure's lines.
+    // The read mask is cut to 8 bits: bit 8 asks for no bit at all, which the driver refuses.
+    {.name = "LbReadBit8MaskCut", .regs = kR, .call = BSP_CALL(BSP_LbReadCpldBit(0x20, 8, g)), .out = "err",
+     .trace = "rd 20=00!bad", .log = "0:read cpld error."},
+    // The write's value goes as given, not reduced to one bit, and its mask is not cut.
+    {.name = "LbWriteBitValueAsGiven", .call = BSP_CALL(BSP_LbWriteCpldBit(0x20, 0, 5)), .trace = "wr 20&01=5"},
+    {.name = "LbWriteBit8MaskUncut", .call = BSP_CALL(BSP_LbWriteCpldBit(0x20, 8, 1)), .out = "err",
+     .trace = "wr 20&100=0!bad", .log = "0:write add :20  data: 1 cpld error."},
+    {.name = "SpiReadBytesOnceLen0", .call = BSP_CALL(BSP_SpiReadCpldBytesOnce(0x20, 0, g), 1), .out = "ok ee"},
+    // The bytes read before a failure stay.
+    {.name = "SpiReadBytesOnceFails", .regs = kR, .faults = {{Op::SpiRead, 1, -4, 0x21}},
+     .call = BSP_CALL(BSP_SpiReadCpldBytesOnce(0x20, 2, g), 2), .out = "err 96 ee", .trace = "srd 20=96 srd 21=00!-4",
+     .log = "0:Read cpld(0x21) byte error(-4). | 0:Read cpld(0x20) bytes(len=2) error."},
+    // Any non-zero value sets the bit; the chip is written by name, so a failed object lookup
+    // is only logged; the framework's code is passed up.
+    {.name = "SpiDflWriteBitOnce", .call = BSP_CALL(BSP_SpiDflWriteCpldBitOnce(0x20, 2, 7)),
+     .trace = "dfl_chip_bytewrite cpld1@20&04=01"},
+    {.name = "SpiDflWriteBitOnceFails", .faults = {{Op::DflChipByteWrite, 1, -4}},
+     .call = BSP_CALL(BSP_SpiDflWriteCpldBitOnce(0x20, 2, 0)), .out = "-4",
+     .trace = "dfl_chip_bytewrite cpld1@20&04=00!-4"},
+    {.name = "SpiDflWriteBitOnceNoHandle", .faults = {{Op::DflGetHandle, 1, -4}},
+     .call = BSP_CALL(BSP_SpiDflWriteCpldBitOnce(0x20, 0, 1)), .trace = "dfl_chip_bytewrite cpld1@20&01=01",
+     .log = "0:Get cpld1 obj handle fail, hdl=0, ret=-4"},
+    // Up to five SPI attempts, 10 ms after every failed one, the last included; a multi-byte
+    // read starts over from its first byte.
+    {.name = "SpiWriteFailsFiveTimes", .profile = "4u4c", .faults = {{Op::SpiWrite, 5, -7}},
+     .call = BSP_CALL(BSP_WriteCpldByte(0x13, 0x5A)), .out = "err", .trace = times(5, "swr 13=5a!-7 delay 10"),
+     .log = times(5, kWriteFailed, " | ")},
+    {.name = "SpiReadSecondByteFailsOnce", .profile = "4u4c", .regs = {{0x13, 0x11}},
+     .faults = {{Op::SpiRead, 1, -7, 0x14}}, .call = BSP_CALL(BSP_ReadCpldBytes(0x13, 3, g), 3), .out = "ok 11 00 00",
+     .trace = "srd 13=11 srd 14=00!-7 delay 10 srd 13=11 srd 14=00 srd 15=00",
+     .log = "0:Read cpld(0x14) byte error(-7). | 0:Read cpld(0x13) bytes(len=3) error."},
+    {.name = "SpiReadBitFailsFiveTimes", .profile = "4u4c", .faults = {{Op::SpiRead, 5, -7}},
+     .call = BSP_CALL(BSP_ReadCpldBit(0x13, 0, g)), .out = "err", .trace = times(5, "srd 13=00!-7 delay 10"),
+     .log = times(5, kReadFailed, " | ")},
+    {.name = "SpiBitWriteFailsFiveTimes", .profile = "4u4c", .faults = {{Op::DflChipByteWrite, 5, -7}},
+     .call = BSP_CALL(BSP_WriteCpldBit(0x13, 1, 1)), .out = "-7",
+     .trace = times(5, "dfl_chip_bytewrite cpld1@13&02=01!-7 delay 10")},
+    // The debug writer reads once, without retries, and only its write retries.
+    {.name = "SpiDebugWriteReadFails", .profile = "4u4c", .faults = {{Op::SpiRead, 1, -7}},
+     .call = BSP_CALL(BSP_DegWriteCpldBit(0x13, 1, 1)), .out = "err", .trace = "srd 13=00!-7", .log = kReadFailed},
+    {.name = "SpiDebugWriteWriteFails", .profile = "4u4c", .regs = {{0x13, 0x11}}, .faults = {{Op::SpiWrite, 5, -7}},
+     .call = BSP_CALL(BSP_DegWriteCpldBit(0x13, 1, 1)), .out = "err",
+     .trace = "srd 13=11 " + times(5, "swr 13=13!-7 delay 10"),
+     .log = times(5, "0:Write to cpld addr(13) data(13) error, ret=-7.", " | ")},
+    {.name = "SpiDebugWriteBit1Value1", .regs = {{0x30, 0xA5}}, .setup = lbus("spi1"), .call = noted_write<1, 1>,
+     .trace = "srd 30=a5 swr 30=a7"},
+    {.name = "SpiDebugWriteBit0Value0", .regs = {{0x30, 0xA5}}, .setup = lbus("spi1"), .call = noted_write<0, 0>,
+     .trace = "srd 30=a5 swr 30=a4"},
+    {.name = "SpiDebugWriteBit1Value3", .regs = {{0x30, 0xA5}}, .setup = lbus("spi1"), .call = noted_write<1, 3>,
+     .trace = "srd 30=a5 swr 30=a3"},
+    // Three samples of the first byte in a row must agree; the oldest drops out as a new one
+    // comes in; the 50th extra read gives up without looking at the samples it completed.
+    tdm("TdmAgreeAtOnce", 0x29, {7, 7, 7}, 3, "ok 07 44"),
+    tdm("TdmOneTwoTwoTwo", 0x1D5, {1, 2, 2, 2}, 4, "ok 02 44"),
+    tdm("TdmNeverRepeats", 0x33, counting(60), 53, "err 34 44"),
+    tdm("TdmAgreeAtTheLastLook", 0x1D9, counting(49, {99, 99, 99}), 52, "ok 63 44"),
+    tdm("TdmAgreeOneReadTooLate", 0x1D2, counting(50, {99, 99, 99}), 53, "err 63 44"),
+    {.name = "TdmFirstReadFails", .faults = {{Op::LocalBusRead, 1, -1, 0x29}}, .setup = script(0x29, {1, 1, 1}),
+     .call = TDM(0x29, 0), .out = "err", .trace = "rd 29=00!-1", .log = "0:read cpld byte error."},
+    {.name = "TdmExtraReadFails", .faults = {{Op::LocalBusRead, 1, -1, 0x1D5, 4}}, .setup = script(0x1D5, counting(10)),
+     .call = TDM(0x1D5, 0), .out = "err", .trace = samples(0x1D5, counting(4)) + " rd 1d5=00!-1",
+     .log = "0:read cpld byte error."},
+    {.name = "TdmBelowTheNoisyBlock", .setup = script(0x1D1, {1, 2}), .call = TDM(0x1D1, 2), .out = "ok 01 44",
+     .trace = "rd 1d1[2]=01"},
+    {.name = "TdmAboveTheNoisyBlock", .setup = script(0x1DA, {1, 2}), .call = TDM(0x1DA, 2), .out = "ok 01 44",
+     .trace = "rd 1da[2]=01"},
+    {.name = "TdmPlainRegister", .setup = script(0x28, {1, 2}), .call = TDM(0x28, 2), .out = "ok 01 44",
+     .trace = "rd 28[2]=01"},
 };
 
-class DebouncedRead : public CpldTestWithParam<TdmCase> {};
+BSP_CASES(Access, CpldCall, kAccess);
 
-TEST_P(DebouncedRead, ThreeSamplesMustAgree)
+// ============================================================================= hub users
+
+std::string int_reads(B &b)
 {
-    const TdmCase &c = GetParam();
-    sim().script(Source::Register, c.addr, c.samples);
-    if (c.fail_after >= 0) sim().fail(Op::LocalBusRead, 1, -1, c.addr, static_cast<uint32_t>(c.fail_after));
-    uint8_t out = 0xEE;
-    EXPECT_EQ(BSP_ReadCpldByteForTdm(c.addr, 1, &out), c.status);
-    if (c.status == 0) {
-        EXPECT_EQ(out, c.value);
-    }
-    EXPECT_EQ(count(Op::LocalBusRead), c.reads);
-    EXPECT_EQ(sim().now_ms(), c.delayed_ms);
-    for (const auto &d : events(Op::Delay)) EXPECT_EQ(d.a, 3u);
+    b.set_reg(0x40, 0x04);
+    std::string out = std::to_string(BSP_CpldIntRead(0x40, 2));
+    out += std::to_string(BSP_CpldIntRead(0x40, 3));
+    b.fail(Op::LocalBusRead);
+    out += std::to_string(BSP_CpldIntRead(0x40, 2));
+    return out + std::to_string(BSP_CpldIntRead(0x40, 8));
 }
 
-BSP_CASES(Samples, DebouncedRead, kTdmCases);
-
-using DebouncedLength = CpldTest;
-
-// Only the first byte is debounced; the whole length is read each time.
-TEST_F(DebouncedLength, ReadsTheWholeLengthEachTime)
+// Channels 0-3 are the low bits of 0x1AC (the high nibble is not theirs); 4 and up are refused.
+std::string serial_validity(B &b)
 {
-    sim().script(Source::Register, 0x29, {3, 3, 3});
-    sim().set_reg(0x2A, 0x44);
-    uint8_t out[2] = {};
-    EXPECT_EQ(BSP_ReadCpldByteForTdm(0x29, 2, out), 0u);
-    EXPECT_EQ(out[0], 3);
-    EXPECT_EQ(out[1], 0x44);
-    for (const auto &e : events(Op::LocalBusRead)) EXPECT_EQ(e.len, 2u);
+    std::string out;
+    for (uint8_t ch : {0, 1, 2, 3, 4, 255}) out += std::to_string(BSP_CpldSerialDataValidityCheck(ch));
+    b.fail(Op::LocalBusRead);
+    return out + " " + std::to_string(BSP_CpldSerialDataValidityCheck(3));
 }
 
-// ------------------------------------------------------------------------ interrupts
+// Factory mode is bit 0 of 0x56; the SMM keeps it in the fan-board MCU, which reports nothing.
+std::string equip(B &b)
+{
+    const uint32_t get = BSP_GetEquipMode(g);
+    const uint32_t set = BSP_SetEquipMode(0);
+    return (BSP_IsSmmBoard() ? "" : res(get | set, 1) + " ") + hx(b.reg(0x56));
+}
 
-// Which of the two writes fails, and what the caller is told.
-struct TwoWriteCase {
+const CallCase kUsers[] = {
+    {.name = "IntClear", .call = BSP_CALL(BSP_CpldIntClear(0x40, 2)), .trace = "wr 40&04=1 delay 5 wr 40&04=0"},
+    {.name = "IntClearFirstWriteFailsIsIgnored", .faults = {{Op::LocalBusWrite}},
+     .call = BSP_CALL(BSP_CpldIntClear(0x40, 2)), .trace = "wr 40&04=1!-1 delay 5 wr 40&04=0",
+     .log = "0:write add :40  data: 1 cpld error."},
+    {.name = "IntClearSecondWriteFailsIsReported", .faults = {{Op::LocalBusWrite, 1, -1, kAny, 1}},
+     .call = BSP_CALL(BSP_CpldIntClear(0x40, 2)), .out = "err", .trace = "wr 40&04=1 delay 5 wr 40&04=0!-1",
+     .log = "0:write add :40  data: 0 cpld error."},
+    {.name = "IntMask", .call = BSP_CALL(BSP_CpldIntMask()), .trace = "wr c0=ff wr c1=ff"},
+    {.name = "IntMaskFirstWriteFailsIsIgnored", .faults = {{Op::LocalBusWrite}}, .call = BSP_CALL(BSP_CpldIntMask()),
+     .trace = "wr c0=ff!-1 wr c1=ff", .log = "0:write add :c0  data: ff cpld error."},
+    {.name = "IntMaskSecondWriteFailsIsReported", .faults = {{Op::LocalBusWrite, 1, -1, kAny, 1}},
+     .call = BSP_CALL(BSP_CpldIntMask()), .out = "err", .trace = "wr c0=ff wr c1=ff!-1",
+     .log = "0:write add :c1  data: ff cpld error."},
+    // A failed read answers 0 although the bit is set.
+    {.name = "IntReadAnswersTheBitOrZero", .call = int_reads, .out = "1000",
+     .trace = "rd 40&04=1 rd 40&08=0 rd 40&04=0!-1", .log = "0:read cpld error. | 0:Input bit_num error."},
+    {.name = "SerialValidity", .regs = {{0x1AC, 0xF5}}, .call = serial_validity, .out = "101000 0",
+     .trace = "rd 1ac&01=1 rd 1ac&02=0 rd 1ac&04=1 rd 1ac&08=0 rd 1ac&08=0!-1",
+     .log = "0:Input para put of range(4) | 0:Input para put of range(255) | 0:read cpld error. | "
+            "0:Read cpld addr(0x1ac) bit(3) failed(-1)"},
+    {.name = "EquipModeLocalBus", .regs = {{0x56, 0x81}}, .call = equip, .out = "ok 01 80",
+     .trace = "rd 56&01=1 wr 56&01=0"},
+    {.name = "EquipModeSpi", .profile = "4u4c", .regs = {{0x56, 0x81}}, .call = equip, .out = "ok 01 80",
+     .trace = "srd 56=81 dfl_chip_bytewrite cpld1@56&01=00"},
+    {.name = "EquipModeSmmUsesTheMcu", .profile = "smm", .regs = {{0x56, 0x81}}, .call = equip, .out = "81"},
+};
+
+BSP_CASES(Users, CpldCall, kUsers);
+
+// ==================================================================================== RAM
+
+constexpr uint16_t kAddr = 0xD931;  // window: 0x31 to 0xBA, 0x19 to 0xBB; holding 0x08
+
+// Every operation on the byte at kAddr (holding 0x08): its call, rendered with the byte at kAddr
+// after it, what it renders after success and after a failure, its data transfer, and the
+// lines of a failed transfer.
+struct RamOp {
     const char *name;
-    uint32_t skip;  // writes that pass before the failing one; 2: none fails
-    uint32_t status;
-    std::string rc0, rc1;  // " rc=-1" on the write that fails
+    std::function<std::string(B &)> call;
+    const char *ok, *failed_out;
+    bool bit = false;  // bit operations wait 5 ms after each address write
+    const char *lb, *spi, *failed;  // the data transfer: local bus, SPI, failed on the local bus
+    const char *failed_log;
+    const char *take_log = "0:get BMC_MUTEX_IPC_CPLD_RAM fail.";
 };
 
-const TwoWriteCase kTwoWriteCases[] = {
-    {"BothPass", 2, 0, "", ""},
-    {"FirstFailsIsIgnored", 0, 0, " rc=-1", ""},
-    {"SecondFailsIsReported", 1, kErr, "", " rc=-1"},
+#define RAM_CALL(expr) [](B &b) { const uint32_t st = (expr); return res(st, 1) + " " + hx(b.ram(kAddr)); }
+
+const RamOp kRamOps[] = {
+    {.name = "SetCpldRam", .call = RAM_CALL((BSP_SetCpldRam(kAddr, 0x7E), 0u)), .ok = "ok ee 7e",
+     .failed_out = "ok ee 08", .lb = "wr bc=7e", .spi = "swr bc=7e", .failed = "wr bc=7e!-1",
+     .failed_log = "0:write add :bc  data: 7e cpld error. | 0:BSP_SetCpldRam: error at (line:SAME)"},
+    {.name = "GetCpldRam", .call = RAM_CALL((BSP_GetCpldRam(kAddr, g), 0u)), .ok = "ok 08 08", .failed_out = "ok ee 08",
+     .lb = "rd bc=08", .spi = "srd bc=08", .failed = "rd bc=00!-1",
+     .failed_log = "0:read cpld byte error. | 0:BSP_GetCpldRam: error at (line:SAME)"},
+    {.name = "SetCpldRamBytes", .call = RAM_CALL(BSP_SetCpldRamBytes(kAddr, (g[0] = 0x7E, g), 1)), .ok = "ok 7e 7e",
+     .failed_out = "err 7e 08", .lb = "wr bc=7e", .spi = "swr bc=7e", .failed = "wr bc=7e!-1",
+     .failed_log = "0:write add :bc  data: 7e cpld error. | 0:Set cpldram 0xd931 failed"},
+    {.name = "GetCpldRamBytes", .call = RAM_CALL(BSP_GetCpldRamBytes(kAddr, g, 1)), .ok = "ok 08 08",
+     .failed_out = "err ee 08", .lb = "rd bc=08", .spi = "srd bc=08", .failed = "rd bc=00!-1",
+     .failed_log = "0:read cpld byte error. | 0:Get cpldram 0xd931 failed"},
+    // Capital G in the take's line, unlike its siblings.
+    {.name = "SetCpldRamBit", .call = RAM_CALL(BSP_SetCpldRamBit(kAddr, 0, 1)), .ok = "ok ee 09",
+     .failed_out = "err ee 08", .bit = true, .lb = "wr bc&01=1", .spi = "dfl_chip_bytewrite cpld1@bc&01=01",
+     .failed = "wr bc&01=1!-1",
+     .failed_log = "0:write add :bc  data: 1 cpld error. | 0:Write Cpld ram addr(0xd931) bit(0) value(1) failed",
+     .take_log = "0:Get BMC_MUTEX_IPC_CPLD_RAM fail."},
+    {.name = "GetCpldRamBit", .call = RAM_CALL(BSP_GetCpldRamBit(kAddr, 3, g)), .ok = "ok 01 08",
+     .failed_out = "err ee 08", .bit = true, .lb = "rd bc&08=1", .spi = "srd bc=08", .failed = "rd bc&08=0!-1",
+     .failed_log = "0:read cpld error. | 0:Read Cpld ram addr(0xd931) bit(3) failed"},
 };
 
-class Interrupts : public CpldTestWithParam<TwoWriteCase> {};
-
-TEST_P(Interrupts, ClearWritesOneWaitsAndWritesZero)
+// Each operation as it succeeds (on either bus) and as it breaks off at each step: the
+// semaphore is taken and given once, nothing follows a failure, a read hands its byte over on
+// success only, and a failed give leaves the result standing.
+std::vector<CallCase> ram_sequences()
 {
-    const TwoWriteCase &c = GetParam();
-    if (c.skip < 2) sim().fail(Op::LocalBusWrite, 1, -1, kAny, c.skip);
-    EXPECT_EQ(BSP_CpldIntClear(0x40, 2), c.status);
-    EXPECT_EQ(trace(sim()), (Strings{"lb_write 0x040 mask=0x04 =0x01" + c.rc0, "delay 5",
-                                     "lb_write 0x040 mask=0x04 =0x00" + c.rc1}));
-}
-
-TEST_P(Interrupts, MaskWritesBothRegisters)
-{
-    const TwoWriteCase &c = GetParam();
-    if (c.skip < 2) sim().fail(Op::LocalBusWrite, 1, -1, kAny, c.skip);
-    EXPECT_EQ(BSP_CpldIntMask(), c.status);
-    EXPECT_EQ(trace(sim()), (Strings{"lb_write 0x0c0 mask=0x00 =0xff" + c.rc0, "lb_write 0x0c1 mask=0x00 =0xff" + c.rc1}));
-    EXPECT_EQ(sim().reg(0xC1), c.skip == 1 ? 0x00 : 0xFF);
-}
-
-BSP_CASES(Writes, Interrupts, kTwoWriteCases);
-
-using InterruptRead = CpldTest;
-
-TEST_F(InterruptRead, AnswersTheBitOrZeroWhenUnreadable)
-{
-    sim().set_reg(0x40, 0x04);
-    EXPECT_EQ(BSP_CpldIntRead(0x40, 2), 1);
-    EXPECT_EQ(BSP_CpldIntRead(0x40, 3), 0);
-    sim().fail(Op::LocalBusRead);
-    EXPECT_EQ(BSP_CpldIntRead(0x40, 2), 0) << "a failed read answers 0 although the bit is set";
-    EXPECT_EQ(BSP_CpldIntRead(0x40, 8), 0);
-    EXPECT_EQ(debug_texts(), (Strings{"0:read cpld error.", "0:Input bit_num error."}));
-}
-
-// ------------------------------------------------------------- serial-data validity
-
-using SerialValidity = CpldTest;
-
-// Channels 0-3 are the low bits of 0x1AC; 4 and up are refused without traffic; a failed read
-// is logged with its status and answers 0.
-TEST_F(SerialValidity, ChannelsAreLowBitsOf1ACOthersRefusedFailuresAnswerZero)
-{
-    sim().set_reg(0x1AC, 0xF5);  // channels 0 and 2 valid; the high nibble is not theirs
-    const uint8_t expected[4] = {1, 0, 1, 0};
-    for (uint8_t ch = 0; ch < 4; ++ch) {
-        sim().clear_events();
-        EXPECT_EQ(BSP_CpldSerialDataValidityCheck(ch), expected[ch]) << "channel " << int(ch);
-        char want[64];
-        std::snprintf(want, sizeof want, "lb_read 0x1ac mask=0x%02x len=1 =0x%02x", 1u << ch, expected[ch]);
-        EXPECT_EQ(trace(sim()), Strings{want});
+    static std::list<std::string> names;
+    std::vector<CallCase> v;
+    for (const RamOp &op : kRamOps) {
+        const std::string settle = op.bit ? " delay 5" : "";
+        const std::string lo = "P29 wr ba=31" + settle, hi = lo + " wr bb=19" + settle;
+        auto add = [&](const char *step, CallCase c) {
+            c.name = names.emplace_back(std::string(op.name) + step).c_str();
+            c.setup = [](B &b) { b.set_ram(kAddr, 0x08); };
+            c.call = op.call;
+            v.push_back(std::move(c));
+        };
+        add("Succeeds", {.out = op.ok, .trace = hi + " " + op.lb + " V29"});
+        add("OverSpi", {.profile = "4u4c", .out = op.ok,
+                        .trace = "P29 swr ba=31" + settle + " swr bb=19" + settle + " " + op.spi + " V29"});
+        add("TakeFails",
+            {.faults = {{Op::SemP, 1, -1, 29}}, .out = op.failed_out, .trace = "P29!-1", .log = op.take_log});
+        add("AddrLowFails", {.faults = {{Op::LocalBusWrite, 1, -1, 0xBA}}, .out = op.failed_out,
+                             .trace = "P29 wr ba=31!-1 V29", .log = "0:write add :ba  data: 31 cpld error."});
+        add("AddrHighFails", {.faults = {{Op::LocalBusWrite, 1, -1, 0xBB}}, .out = op.failed_out,
+                              .trace = lo + " wr bb=19!-1 V29", .log = "0:write add :bb  data: 19 cpld error."});
+        add("DataFails", {.faults = {{op.lb[0] == 'r' ? Op::LocalBusRead : Op::LocalBusWrite, 1, -1, 0xBC}},
+                          .out = op.failed_out, .trace = hi + " " + op.failed + " V29", .log = op.failed_log});
+        add("GiveFails", {.faults = {{Op::SemV, 1, -1, 29}}, .out = op.ok, .trace = hi + " " + op.lb + " V29!-1",
+                          .log = "0: BMC_MUTEX_IPC_CPLD_RAM v fail."});
     }
-    EXPECT_TRUE(debug_logs().empty());
-    sim().clear_events();
-    EXPECT_EQ(BSP_CpldSerialDataValidityCheck(4), 0);
-    EXPECT_EQ(BSP_CpldSerialDataValidityCheck(255), 0);
-    EXPECT_EQ(cpldtest::bus_traffic(sim()), 0u);
-    sim().set_reg(0x1AC, 0xFF);
-    sim().fail(Op::LocalBusRead);
-    EXPECT_EQ(BSP_CpldSerialDataValidityCheck(3), 0);
-    EXPECT_EQ(debug_texts(), (Strings{"0:Input para put of range(4)", "0:Input para put of range(255)",
-                                      "0:read cpld error.", "0:Read cpld addr(0x1ac) bit(3) failed(-1)"}));
+    return v;
 }
 
-// ---------------------------------------------------------------------- equip mode
+INSTANTIATE_TEST_SUITE_P(RamSteps, CpldCall, ::testing::ValuesIn(ram_sequences()),
+                         [](const auto &info) { return std::string(info.param.name); });
 
-struct EquipCase {
-    const char *name;
-    const char *profile;
-    Strings get_trace;
-    Strings set_trace;
-};
-
-const EquipCase kEquipCases[] = {
-    {"LocalBus", "default", {"lb_read 0x056 mask=0x01 len=1 =0x01"}, {"lb_write 0x056 mask=0x01 =0x00"}},
-    {"Spi", "4u4c", {"spi_read 0x056 =0x81"}, {"chip_write cpld1 0x056 mask=0x01 =0x00"}},
-    // The SMM keeps its factory mode in the fan-board MCU: the CPLD is not touched.
-    {"SmmUsesTheMcu", "smm", {}, {}},
-};
-
-class EquipMode : public CpldTestWithParam<EquipCase> {
-protected:
-    std::string profile() const override { return GetParam().profile; }
-};
-
-TEST_P(EquipMode, FactoryModeIsBitZeroOf56ExceptOnSmm)
+// The window pointed at each byte from `addr` on in turn, each followed by its transfer.
+std::string window(uint32_t addr, const std::vector<std::string> &transfers)
 {
-    const EquipCase &c = GetParam();
-    const bool smm = c.get_trace.empty();
-    sim().set_reg(0x56, 0x81);
-    uint8_t mode = 0xEE;
-    EXPECT_EQ(BSP_GetEquipMode(&mode), 0u);
-    EXPECT_EQ(trace(sim()), c.get_trace);
-    if (!smm) {
-        EXPECT_EQ(mode, 1);
+    std::string out;
+    for (const std::string &t : transfers) {
+        out += " wr ba=" + hx(addr & 0xFF) + " wr bb=" + hx((addr >> 8) & 0x1F) + " " + t;
+        ++addr;
     }
-    sim().clear_events();
-    uint32_t status = BSP_SetEquipMode(0);
-    EXPECT_EQ(trace(sim()), c.set_trace);
-    if (!smm) {
-        EXPECT_EQ(status, 0u);
-    }
-    EXPECT_EQ(sim().reg(0x56), smm ? 0x81 : 0x80);
+    return out;
 }
 
-BSP_CASES(Boards, EquipMode, kEquipCases);
+std::string ram_bytes(B &b, uint32_t addr, size_t n)
+{
+    std::string out;
+    for (size_t i = 0; i < n; ++i) out += " " + hx(b.ram(addr + i));
+    return out;
+}
+
+// Sets 0xD8FE.. to 41 42 43 44 and calls `fn` on a range from there of four bytes 01 02 03 04
+// (preset ee for a read), rendering it with the RAM (after a write) or the bytes (after a read).
+template <bool Write>
+std::string range4(B &b)
+{
+    for (uint32_t i = 0; i < 4; ++i) b.set_ram(0xD8FE + i, static_cast<uint8_t>(0x41 + i));
+    if (!Write) return res(BSP_GetCpldRamBytes(0xD8FE, g, 4), 4);
+    const uint8_t data[4] = {1, 2, 3, 4};
+    const uint32_t st = BSP_SetCpldRamBytes(0xD8FE, data, 4);
+    return res(st) + ram_bytes(b, 0xD8FE, 4);
+}
+
+std::string bits_round_trip(B &b)
+{
+    b.set_ram(0xC700, 0x00);
+    uint32_t st = 0;
+    for (uint8_t bit = 0; bit < 8; bit += 2) st |= BSP_SetCpldRamBit(0xC700, bit, 1);
+    const uint8_t set = b.ram(0xC700);
+    st |= BSP_SetCpldRamBit(0xC700, 4, 0);
+    uint8_t got = 0;
+    for (uint8_t bit = 0; bit < 8; ++bit) {
+        st |= BSP_GetCpldRamBit(0xC700, bit, g);
+        got |= static_cast<uint8_t>(g[0] << bit);
+    }
+    return res(st) + " " + hx(set) + " " + hx(got);
+}
+
+// Bit operations let the window settle 5 ms after each address write.
+std::string bits_trace()
+{
+    std::string t;
+    auto op = [&t](const std::string &data) { t += " P29 wr ba=00 delay 5 wr bb=07 delay 5 " + data + " V29"; };
+    for (unsigned bit = 0; bit < 8; bit += 2) op("wr bc&" + hx(1u << bit) + "=1");
+    op("wr bc&10=0");
+    for (unsigned bit = 0; bit < 8; ++bit) op("rd bc&" + hx(1u << bit) + "=" + std::to_string((0x45 >> bit) & 1));
+    return t.substr(1);
+}
+
+// The clear takes the semaphore per byte, reports an empty range with an end below its start
+// (wherever it lies) and fails at the end of the records, what lies below it cleared.
+template <uint16_t Addr, uint32_t Len>
+std::string clear(B &b)
+{
+    for (uint32_t i = 0; i <= Len; ++i) b.set_ram(Addr + i, 0x99);
+    const uint32_t st = BSP_ClearCpldRamData(Addr, Len);
+    return res(st) + ram_bytes(b, Addr, Len + 1);
+}
+
+std::string mutex_v(B &b)
+{
+    const int32_t taken = BMC_ProcessMutexSem_P(29, BMC_SEM_WAIT_FOREVER);
+    BSP_MutexV();
+    const int after_one = b.sem_value(29);
+    BSP_MutexV();
+    return std::to_string(taken) + " " + std::to_string(after_one) + " " + std::to_string(b.sem_value(29));
+}
+
+const std::vector<std::string> kZeros = {"wr bc=00"}, kEE = {"wr bc=ee", "wr bc=ee"};
+
+#define RANGE(addr, len) BSP_CALL(BSP_SetCpldRamBytes(addr, g, len))
+
+const CallCase kRam[] = {
+    {.name = "RangeSelectsEveryByteAcrossAPage", .call = range4<true>, .out = "ok 01 02 03 04",
+     .trace = "P29" + window(0xD8FE, {"wr bc=01", "wr bc=02", "wr bc=03", "wr bc=04"}) + " V29"},
+    {.name = "RangeReadsEveryByte", .call = range4<false>, .out = "ok 41 42 43 44",
+     .trace = "P29" + window(0xD8FE, {"rd bc=41", "rd bc=42", "rd bc=43", "rd bc=44"}) + " V29"},
+    // A range stops at its first failed transfer; what was moved before it stays.
+    {.name = "RangeWriteStopsAtTheFailedByte", .faults = {{Op::LocalBusWrite, 1, -1, 0xBC, 2}}, .call = range4<true>,
+     .out = "err 01 02 43 44", .trace = "P29" + window(0xD8FE, {"wr bc=01", "wr bc=02", "wr bc=03!-1"}) + " V29",
+     .log = "0:write add :bc  data: 3 cpld error. | 0:Set cpldram 0xd900 failed"},
+    {.name = "RangeReadKeepsWhatItRead", .faults = {{Op::LocalBusRead, 1, -1, 0xBC, 1}}, .call = range4<false>,
+     .out = "err 41 ee ee ee", .trace = "P29" + window(0xD8FE, {"rd bc=41", "rd bc=00!-1"}) + " V29",
+     .log = "0:read cpld byte error. | 0:Get cpldram 0xd8ff failed"},
+    // A failed address write ends the range too; only the hub logs it.
+    {.name = "RangeAddressFailureIsLoggedByTheHubOnly", .faults = {{Op::LocalBusWrite, 1, -1, 0xBB, 1}},
+     .call = range4<true>, .out = "err 01 42 43 44", .trace = "P29 wr ba=fe wr bb=18 wr bc=01 wr ba=ff wr bb=18!-1 V29",
+     .log = "0:write add :bb  data: 18 cpld error."},
+    // Only the low 13 bits of an address reach the CPLD; a range does not check its start.
+    {.name = "HighAddressBitsAreDropped",
+     .call =
+         [](B &b) {
+             g[0] = 0x5C;
+             const uint32_t st = BSP_SetCpldRamBytes(0x0100, g, 1);
+             BSP_SetCpldRam(0xFFFF, 0x3D);
+             return res(st) + ram_bytes(b, 0x1FFF, 1);
+         },
+     .out = "ok 3d", .trace = "P29 wr ba=00 wr bb=01 wr bc=5c V29 P29 wr ba=ff wr bb=1f wr bc=3d V29"},
+    // A data write that fails once is retried by the SPI path, still under the one take.
+    {.name = "SpiRetriesHappenInsideTheOneHold", .profile = "4u4c", .faults = {{Op::SpiWrite, 1, -2, 0xBC}},
+     .call = BSP_CALL(BSP_SetCpldRamBytes(0xD000, (g[0] = 0xA1, g), 1)),
+     .trace = "P29 swr ba=00 swr bb=10 swr bc=a1!-2 delay 10 swr bc=a1 V29",
+     .log = "0:Write to cpld addr(bc) data(a1) error, ret=-2."},
+    {.name = "BitsRoundTrip", .call = bits_round_trip, .out = "ok 55 45", .trace = bits_trace()},
+    {.name = "ClearEmptyReportsEndBelowStart", .call = clear<0xD900, 0>, .out = "ok 99",
+     .log = "1:Clear cpld ram data from 0xd900 to 0xd8ff."},
+    {.name = "ClearEmptyIsNotRangeChecked", .call = clear<0x0000, 0>, .out = "ok 99",
+     .log = "1:Clear cpld ram data from 0x0 to 0xffffffff."},
+    {.name = "ClearStartBelowTheRecords", .call = clear<0xC6FF, 1>, .out = "err 99 99"},
+    {.name = "ClearStartBeyondTheRecords", .call = clear<0xDC00, 1>, .out = "err 99 99"},
+    {.name = "ClearFirstBytes", .call = clear<0xC700, 2>, .out = "ok 00 00 99",
+     .trace = "P29 wr ba=00 wr bb=07 wr bc=00 V29 P29 wr ba=01 wr bb=07 wr bc=00 V29",
+     .log = "1:Clear cpld ram data from 0xc700 to 0xc701."},
+    {.name = "ClearLastByte", .call = clear<0xDBFF, 1>, .out = "ok 00 99",
+     .trace = "P29" + window(0xDBFF, kZeros) + " V29", .log = "1:Clear cpld ram data from 0xdbff to 0xdbff."},
+    {.name = "ClearOnePastTheEnd", .call = clear<0xDBFF, 2>, .out = "err 00 99 99",
+     .trace = "P29" + window(0xDBFF, kZeros) + " V29"},
+    // The clear sees nothing of its single bytes' failures: they are logged and it goes on.
+    {.name = "ClearIgnoresFailedBytes", .faults = {{Op::LocalBusWrite, 1, -1, 0xBC}, {Op::SemP, 1, -1, 29, 1}},
+     .call = clear<0xD900, 3>, .out = "ok 99 99 00 99",
+     .trace = "P29" + window(0xD900, {"wr bc=00!-1"}) + " V29 P29!-1 P29" + window(0xD902, kZeros) + " V29",
+     .log = "0:write add :bc  data: 0 cpld error. | 0:BSP_SetCpldRam: error at (line:SAME) | "
+            "0:get BMC_MUTEX_IPC_CPLD_RAM fail. | 1:Clear cpld ram data from 0xd900 to 0xd902."},
+    // The give hands back what was taken; a give with nothing taken is refused and logged.
+    {.name = "MutexVGivesBackWhatWasTaken", .call = mutex_v, .out = "0 1 1", .trace = "P29 V29 V29!unbal!-1",
+     .log = "0: BMC_MUTEX_IPC_CPLD_RAM v fail."},
+    // Ranges must end inside the records' part of the RAM (0xC700-0xDBFF) without wrapping;
+    // a refused one touches nothing. Both directions share the check.
+    {.name = "RangeEndsAtTheEnd", .call = RANGE(0xDBFE, 2), .trace = "P29" + window(0xDBFE, kEE) + " V29"},
+    {.name = "RangeOneByteTooMany", .call = RANGE(0xDBFE, 3), .out = "err"},
+    {.name = "RangeLastByte", .call = RANGE(0xDBFF, 1), .trace = "P29" + window(0xDBFF, {"wr bc=ee"}) + " V29"},
+    {.name = "RangeFirstByteBeyond", .call = RANGE(0xDC00, 1), .out = "err"},
+    {.name = "RangeEmptyAtTheEnd", .call = RANGE(0xDC00, 0), .trace = "P29 V29"},
+    {.name = "RangeTopAddressNoWrap", .call = RANGE(0xFFFF, 1), .out = "err"},
+    {.name = "RangeLengthNoWrap", .call = RANGE(0xC700, 0xFFFFFFFF), .out = "err"},
+    {.name = "RangeLengthNoWrapFromTop", .call = RANGE(0x2400, 0xFFFFDC01), .out = "err"},
+    {.name = "RangeReadOneByteTooMany", .call = BSP_CALL(BSP_GetCpldRamBytes(0xDBFE, g, 3)), .out = "err"},
+    {.name = "RamBytesNullWrite", .call = BSP_CALL(BSP_SetCpldRamBytes(0xD900, nullptr, 4)), .out = "err"},
+    {.name = "RamBytesNullRead", .call = BSP_CALL(BSP_GetCpldRamBytes(0xD900, nullptr, 4)), .out = "err"},
+    {.name = "RamBitNullOut", .call = BSP_CALL(BSP_GetCpldRamBit(0xD931, 0, nullptr)), .out = "err"},
+    {.name = "RamGetBit8", .call = BSP_CALL(BSP_GetCpldRamBit(0xD931, 8, g)), .out = "err",
+     .log = "0:Input para out of range."},
+    {.name = "RamSetBit8", .call = BSP_CALL(BSP_SetCpldRamBit(0xD931, 8, 1)), .out = "err",
+     .log = "0:Input para out of range."},
+    {.name = "RamSetValue2", .call = BSP_CALL(BSP_SetCpldRamBit(0xD931, 3, 2)), .out = "err",
+     .log = "0:Input para out of range."},
+};
+
+BSP_CASES(Ram, CpldCall, kRam);
+
+// ========================================================================== upgrade state
+
+// The framework's answer; every failure is logged and leaves the caller's byte alone, every
+// value handed out is released, and the status is 0 all the same (a null byte asks nothing).
+std::string upgrading(B &)
+{
+    const size_t live = bspsim::live_values();
+    const uint32_t st = BSP_IsCpldUpgrading(g) | BSP_IsCpldUpgrading(nullptr);
+    return res(st, 1) + (bspsim::live_values() == live ? "" : " leaked");
+}
+
+std::function<void(B &)> upg_state(const char *value)
+{
+    return [value](B &b) { b.set_property("Upgrade", "CpldUpgState", value); };
+}
+
+const CallCase kUpgradeState[] = {
+    {.name = "NotUpgrading", .call = upgrading, .out = "ok 00"},
+    {.name = "Upgrading", .setup = upg_state("byte 1"), .call = upgrading, .out = "ok 01"},
+    {.name = "NoObject", .faults = {{Op::DflGetHandle, 1, -2}}, .call = upgrading, .out = "ok ee",
+     .log = "0:Get obj handle err[-2]"},
+    {.name = "PropertyFails", .faults = {{Op::DflGetProp, 1, -3}}, .setup = upg_state("byte 1"), .call = upgrading,
+     .out = "ok ee", .log = "0:Get property value failed[-3]"},
+    {.name = "NotAByte", .setup = upg_state("uint16 1"), .call = upgrading, .out = "ok ee",
+     .log = "0:Get property value failed[-1]"},
+};
+
+BSP_CASES(UpgradeState, CpldCall, kUpgradeState);
+
+// ============================================================================== inventory
+
+// The count of the board's row of the logic version table; a failed lookup is not cached.
+std::string count_twice(B &)
+{
+    const uint32_t first = BSP_GetCpldNum(g);
+    return res(first | BSP_GetCpldNum(g + 1), 2);
+}
+
+// CPLD 0..2's self-test registers of the board; 3 is out of range and leaves the address be.
+std::string self_test_addrs(B &)
+{
+    std::array<uint32_t, 4> a = {0, 0, 0, 0x1234};
+    uint32_t st = 0;
+    for (uint8_t id = 0; id < 4; ++id) st = st << 1 | (BSP_GetSelfTestCpldAddr(id, &a[id]) ? 1 : 0);
+    st = st << 1 | (BSP_GetSelfTestCpldAddr(0, nullptr) ? 1 : 0);
+    return std::to_string(st) + " " + hx(a[0]) + " " + hx(a[1]) + " " + hx(a[2]) + " " + hx(a[3]);
+}
+
+const std::string kRangeLines = "0:Get cpldreg self test addr cpldId 3 is out of range. | "
+                                "0:Get cpldreg self test addr cpldId 0 is out of range.";
+
+// One healthy write/read-back test of register `r`: the register answers the complement.
+std::string pat(const std::string &r)
+{
+    return "wr " + r + "=aa delay 50 rd " + r + "=55 wr " + r + "=55 delay 50 rd " + r + "=aa";
+}
+
+// Health is a clean fault register under the board's mask; only a change from the last answer
+// (0 at load) is logged, the mask printed first.
+std::string health_line(const char *mask, int from, int to, const char *reg)
+{
+    return "1:Health status of cpld(" + std::string(mask) + ") change from " + std::to_string(from) + " to " +
+           std::to_string(to) + ", reg[0xfb]=" + reg +
+           ", modules of iocard and disk will stop routine if the cpld is fault.";
+}
+
+// An unread register counts as healthy and is not kept as the last answer.
+std::string health_changes(B &b)
+{
+    std::string out;
+    for (uint8_t v : {0x00, 0x00, 0x03, 0x03, 0x20, 0x0F}) {
+        b.set_reg(0xFB, v);
+        out += std::to_string(BSP_CpldBorCIsHealth());
+    }
+    b.fail(Op::LocalBusRead, 1, -1, 0xFB);
+    out += std::to_string(BSP_CpldBorCIsHealth());
+    return out + std::to_string(BSP_CpldBorCIsHealth());
+}
+
+// Vendor names from 0x1D5 and 0x2E0 into `Size` - 1 bytes; no buffer, nothing is read.
+template <uint8_t Size>
+std::string vendors(B &b)
+{
+    char buf[64];
+    std::memset(buf, '#', sizeof buf);
+    BSP_Get5830CPLDTypeStr(Size, buf);
+    const std::string text = buf;
+    const size_t before = b.events().size();
+    BSP_Get5830CPLDTypeStr(32, nullptr);
+    BSP_Get5830CPLDTypeStr(0, buf);
+    return text + (text == buf && b.events().size() == before ? "" : " and more");
+}
+
+const std::string kIdsLine = "1:Cpld0 devicedId(0x612bd043), cpld1 devicedId(0x42b899), ret=";
+
+std::string chip_ids(B &)
+{
+    std::array<uint32_t, 6> ids{};
+    std::string out;
+    for (auto [size, num, id] : std::array<std::array<uint32_t, 3>, 4>{{{0, 2, 0}, {24, 2, 2}, {24, 7, 0}, {24, 2, 1}}})
+        out += res(BSP_GetCpldChipId(ids.data(), size, static_cast<uint8_t>(num), static_cast<uint8_t>(id))) + " ";
+    out += res(BSP_GetCpldChipId(nullptr, 24, 2, 1));
+    for (uint32_t v : ids) out += " " + hx(v);
+    return out;
+}
+
+// An unknown id keeps its entry, spoils the result, and the walk goes on.
+std::string chip_types(B &)
+{
+    const uint32_t ids[] = {0x03004C37, 0x00008C3B, 0x612BD043, 0x0042B899, 0x0042A899, 0x12345678, 0x612BD043};
+    const uint32_t known = BSP_CovertCpldType(ids, g, 5);
+    const uint32_t mixed = BSP_CovertCpldType(ids + 5, g + 5, 2);
+    return res(known) + " " + res(mixed) + " " + res(BSP_CovertCpldType(nullptr, nullptr, 0), 7);
+}
+
+// The CPLD driver's calls: ten tries, a second after each failed one.
+std::string driver_trace(const std::string &call, const std::string &failed, uint32_t failures)
+{
+    return times(std::min(failures, 10u), failed + " delay 1000") +
+           (failures >= 10 ? "" : (failures ? " " : "") + call);
+}
+
+#define HEALTH [](B &) { return std::to_string(BSP_CpldBorCIsHealth()); }
+#define CHIP_ID BSP_CALL(BSP_GetCpldChipId(reinterpret_cast<uint32_t *>(g), 8, 2, 0))
+
+const CallCase kInventory[] = {
+    {.name = "CountBoard00", .board = 0x00, .call = count_twice, .out = "ok 03 03"},
+    {.name = "CountBoard03", .board = 0x03, .call = count_twice, .out = "ok 03 03"},
+    {.name = "CountBoard0A", .board = 0x0A, .call = count_twice, .out = "ok 03 03"},
+    {.name = "CountBoard05", .board = 0x05, .call = count_twice, .out = "ok 02 02"},
+    {.name = "CountBoard71", .board = 0x71, .call = count_twice, .out = "ok 02 02"},
+    {.name = "CountBoard2D", .board = 0x2D, .call = count_twice, .out = "ok 02 02"},
+    {.name = "CountBoard95", .board = 0x95, .call = count_twice, .out = "ok 02 02"},
+    {.name = "CountSmmHasNoRow", .board = 0x81, .call = count_twice, .out = "err 00 00",
+     .log = times(2, "0:BSP: Get cpld num fail. BoardId:0x81", " | ")},
+    {.name = "CountNull", .call = BSP_CALL(BSP_GetCpldNum(nullptr)), .out = "err",
+     .log = "0:Input CPLD num buffer is null"},
+    {.name = "SelfTestAddrsBoard05", .board = 0x05, .call = self_test_addrs, .out = "3 02 24a 0a 1234",
+     .log = kRangeLines},
+    {.name = "SelfTestAddrsBoard0A", .board = 0x0A, .call = self_test_addrs, .out = "3 02 0a 24a 1234",
+     .log = kRangeLines},
+    // The whole-board test under semaphore 12 (a 2 s wait at most).
+    {.name = "SelfTestHealthyBoardPasses", .call = BSP_CALL(BSP_CpldSelfTest()),
+     .trace = "P12/2 " + pat("2") + " " + pat("24a") + " V12"},
+    {.name = "SelfTestThreeCpldBoardTestsItsThirdRegister", .board = 0x0A,
+     .setup = [](B &b) { b.make_self_test(0x00A); },
+     .call = BSP_CALL(BSP_CpldSelfTest()), .trace = "P12/2 " + pat("2") + " " + pat("a") + " " + pat("24a") + " V12"},
+    // A register that echoes what was written is not a working test register.
+    {.name = "SelfTestEchoingRegisterFails", .setup = [](B &b) { b.script(Source::Register, 0x002, {0xAA, 0x55}); },
+     .call = BSP_CALL(BSP_CpldSelfTest()), .out = "err",
+     .trace = "P12/2 wr 2=aa delay 50 rd 2=aa wr 2=55 delay 50 rd 2=55 " + pat("24a") + " V12"},
+    // Another process holds the lock, or no count is known: skipped, and reported as passed.
+    {.name = "SelfTestBusySemaphorePasses", .faults = {{Op::SemP, 1, -1, 12}}, .call = BSP_CALL(BSP_CpldSelfTest()),
+     .trace = "P12/2!-1"},
+    {.name = "SelfTestUnknownCountPasses", .board = 0x81, .call = BSP_CALL(BSP_CpldSelfTest()), .trace = "P12/2 V12",
+     .log = "0:BSP: Get cpld num fail. BoardId:0x81 | 0:Get CPLD Number fail![-1]"},
+    // CPLD 0's first write fails, yet its read-backs look right: the loop stops there, and
+    // CPLD 1, never reached, fails the verdict with its zero bytes.
+    {.name = "SelfTestCpldNeverReachedFails", .faults = {{Op::LocalBusWrite, 1, -1, 0x002}},
+     .setup = [](B &b) { b.script(Source::Register, 0x002, {0x55, 0xAA}); }, .call = BSP_CALL(BSP_CpldSelfTest()),
+     .out = "err", .trace = "P12/2 wr 2=aa!-1 delay 50 rd 2=55 wr 2=55 delay 50 rd 2=aa V12",
+     .log = "0:write add :2  data: aa cpld error. | 2:Test cpld fail, ret=-1, errorCode=0."},
+    {.name = "SelfTestReadFailureFails", .faults = {{Op::LocalBusRead, 1, -1, 0x24A}},
+     .call = BSP_CALL(BSP_CpldSelfTest()), .out = "err",
+     .trace = "P12/2 " + pat("2") + " wr 24a=aa delay 50 rd 24a=00!-1 wr 24a=55 delay 50 rd 24a=aa V12",
+     .log = "0:read cpld byte error. | 2:Test cpld fail, ret=-1, errorCode=0."},
+    // A failing give is logged, not retried; the verdict still comes from the read-backs.
+    {.name = "SelfTestFailingGiveStillPasses", .faults = {{Op::SemV, 1, -3, 12}}, .call = BSP_CALL(BSP_CpldSelfTest()),
+     .trace = "P12/2 " + pat("2") + " " + pat("24a") + " V12!-3", .log = "2:Test cpld fail, ret=0, errorCode=-3."},
+    {.name = "SelfTestOneInvertingRegisterPasses", .call = BSP_CALL(BSP_CpldSelfTestByOne(1)),
+     .trace = "P12/2 " + pat("24a") + " V12"},
+    {.name = "SelfTestOneEchoingRegisterFails", .setup = [](B &b) { b.script(Source::Register, 0x002, {0xAA, 0x55}); },
+     .call = BSP_CALL(BSP_CpldSelfTestByOne(0)), .out = "err",
+     .trace = "P12/2 wr 2=aa delay 50 rd 2=aa wr 2=55 delay 50 rd 2=55 V12"},
+    {.name = "SelfTestOneBadIdTakesNothing", .call = BSP_CALL(BSP_CpldSelfTestByOne(3)), .out = "err",
+     .log = "0:Get cpldreg self test addr cpldId 3 is out of range."},
+    {.name = "SelfTestOneBusySemaphorePasses", .faults = {{Op::SemP, 1, -1, 12}},
+     .call = BSP_CALL(BSP_CpldSelfTestByOne(0)), .trace = "P12/2!-1"},
+    {.name = "SelfTestOneFailingGiveStillPasses", .faults = {{Op::SemV, 1, -3, 12}},
+     .call = BSP_CALL(BSP_CpldSelfTestByOne(0)), .trace = "P12/2 " + pat("2") + " V12!-3",
+     .log = "2:Test cpld fail, ret=0, errorCode=-3."},
+    // A failed step is logged and the test goes on to the end; the last read has its own line.
+    {.name = "SelfTestOneFailedStepsAreLoggedAndItRunsOn",
+     .faults = {{Op::LocalBusWrite, 1, -1, 0x24A}, {Op::LocalBusRead, 1, -1, 0x24A, 1}},
+     .call = BSP_CALL(BSP_CpldSelfTestByOne(1)), .out = "err",
+     .trace = "P12/2 wr 24a=aa!-1 delay 50 rd 24a=ff wr 24a=55 delay 50 rd 24a=00!-1 V12",
+     .log = "0:write add :24a  data: aa cpld error. | 2:Test cpld fail, ret=-1. | 0:read cpld byte error. | "
+            "2:Test cpld fail, ret=-1, errorCode=0."},
+    {.name = "HealthCleanRegister", .call = HEALTH, .out = "1", .trace = "rd fb=00",
+     .log = health_line("0xf", 0, 1, "0x0")},
+    {.name = "HealthHighNibbleIsNoFaultUnderMask0F", .regs = {{0xFB, 0x10}}, .call = HEALTH, .out = "1",
+     .trace = "rd fb=10", .log = health_line("0xf", 0, 1, "0x10")},
+    // A fault at the very first check equals the initial 0: nothing is logged.
+    {.name = "HealthLowNibbleIsAFault", .regs = {{0xFB, 0x01}}, .call = HEALTH, .out = "0", .trace = "rd fb=01"},
+    {.name = "HealthHighNibbleIsAFaultOn5820", .board = 0x0A, .regs = {{0xFB, 0x10}}, .call = HEALTH, .out = "0",
+     .trace = "rd fb=10"},
+    {.name = "HealthCleanOn5820", .board = 0x0A, .call = HEALTH, .out = "1", .trace = "rd fb=00",
+     .log = health_line("0xff", 0, 1, "0x0")},
+    {.name = "HealthSpiBoardFault", .profile = "4u4c", .regs = {{0xFB, 0x08}}, .call = HEALTH, .out = "0",
+     .trace = "srd fb=08"},
+    {.name = "HealthMiddleBoardWithoutReading", .board = 0x2D, .regs = {{0xFB, 0xFF}}, .call = HEALTH, .out = "1"},
+    {.name = "HealthChanges", .call = health_changes, .out = "11001010",
+     .trace = "rd fb=00 rd fb=00 rd fb=03 rd fb=03 rd fb=20 rd fb=0f rd fb=00!-1 rd fb=0f",
+     .log = health_line("0xf", 0, 1, "0x0") + " | " + health_line("0xf", 1, 0, "0x3") + " | " +
+            health_line("0xf", 0, 1, "0x20") + " | " + health_line("0xf", 1, 0, "0xf") +
+            " | 0:read cpld byte error. | 0:Read cpld(0xfb) fail, ret = -1."},
+    {.name = "VendorsLatticeAndPango", .call = vendors<32>, .out = "Lattice pango", .trace = "rd 1d5=99 rd 2e0=55"},
+    {.name = "VendorsUnknownAndZero", .regs = {{0x1D5, 0x12}, {0x2E0, 0x00}}, .call = vendors<32>,
+     .out = "Undentified Anlu", .trace = "rd 1d5=12 rd 2e0=00"},
+    {.name = "VendorsBothAnluCodes", .regs = {{0x1D5, 0x66}, {0x2E0, 0x00}}, .call = vendors<32>, .out = "Anlu Anlu",
+     .trace = "rd 1d5=66 rd 2e0=00"},
+    {.name = "VendorsUnknownSecond", .regs = {{0x1D5, 0x55}, {0x2E0, 0xFF}}, .call = vendors<32>,
+     .out = "pango Undentified", .trace = "rd 1d5=55 rd 2e0=ff"},
+    // The byte is shared: a failed read of CPLD 1 shows CPLD 0's vendor again, and a failed
+    // read of CPLD 0 leaves the initial 0, which names Anlu.
+    {.name = "VendorsFailedSecondReadRepeatsFirst", .faults = {{Op::LocalBusRead, 1, -1, 0x2E0}}, .call = vendors<32>,
+     .out = "Lattice Lattice", .trace = "rd 1d5=99 rd 2e0=00!-1", .log = "0:read cpld byte error."},
+    {.name = "VendorsFailedFirstReadIsAnlu", .faults = {{Op::LocalBusRead, 1, -1, 0x1D5}}, .call = vendors<32>,
+     .out = "Anlu pango", .trace = "rd 1d5=00!-1 rd 2e0=55", .log = "0:read cpld byte error."},
+    {.name = "VendorsExactFit", .call = vendors<15>, .out = "Lattice pango", .trace = "rd 1d5=99 rd 2e0=55"},
+    {.name = "VendorsCutByOne", .call = vendors<14>, .out = "Lattice pang", .trace = "rd 1d5=99 rd 2e0=55",
+     .log = "0:BSP: snprintf Lattice and pango to CPLD str failed, result = -1."},
+    {.name = "ChipIdsOfTheDriverAndBadArguments", .call = chip_ids,
+     .out = "err err err ok err 612bd043 42b899 00 00 00 00",
+     .trace = "cpldid 1=2",
+     .log = "0:Input para err, cpldId(0) | 0:Input para err, cpldId(2) | 0:Input para err, cpldId(0) | " +
+                                   kIdsLine + "0. | 0:Input para err, cpldId(1)"},
+    {.name = "ChipIdCountMismatch", .setup = [](B &b) { b.set_cpld_ids({0x612BD043, 0x0042B899, 0x03004C37}); },
+     .call = CHIP_ID, .out = "err", .trace = "cpldid 0=3",
+     .log = "0:Cpld num is out of range, get cnt(3), fact cnt(2)"},
+    // Room for one id only: the bounded copy refuses, and its code is the result.
+    {.name = "ChipIdSmallBuffer", .call = BSP_CALL(BSP_GetCpldChipId(reinterpret_cast<uint32_t *>(g), 4, 2, 0)),
+     .out = "34", .trace = "cpldid 0=2", .log = kIdsLine + "34."},
+    {.name = "ChipIdSecondTry", .faults = {{Op::CpldGetId, 1, -5}}, .call = CHIP_ID,
+     .trace = driver_trace("cpldid 0=2", "cpldid 0=0!-5", 1), .log = kIdsLine + "0."},
+    {.name = "ChipIdTenthTry", .faults = {{Op::CpldGetId, 9, -5}}, .call = CHIP_ID,
+     .trace = driver_trace("cpldid 0=2", "cpldid 0=0!-5", 9), .log = kIdsLine + "0."},
+    {.name = "ChipIdAllTenFail", .faults = {{Op::CpldGetId, 10, -5}}, .call = CHIP_ID, .out = "-5",
+     .trace = driver_trace("cpldid 0=2", "cpldid 0=0!-5", 10), .log = "0:Get cpld chip id failed, ret(-5)"},
+    {.name = "UpgNumFirstTry", .call = BSP_CALL(BSP_SetCpldUpgNum(2)), .trace = "cpldnum 2"},
+    {.name = "UpgNumFourthTry", .faults = {{Op::CpldSetNum, 3, -5}}, .call = BSP_CALL(BSP_SetCpldUpgNum(2)),
+     .trace = driver_trace("cpldnum 2", "cpldnum 2!-5", 3)},
+    {.name = "UpgNumAllTenFail", .faults = {{Op::CpldSetNum, 10, -5}}, .call = BSP_CALL(BSP_SetCpldUpgNum(2)),
+     .out = "-5", .trace = driver_trace("cpldnum 2", "cpldnum 2!-5", 10), .log = "0:Set upgrade num failed(-5)"},
+    {.name = "ChipTypes", .call = chip_types, .out = "ok err ok 00 00 01 02 02 ee 01",
+     .log = "1:Cpld(0) is anlu | 1:Cpld(1) is anlu | 1:Cpld(2) is lattice | 1:Cpld(3) is pango | "
+            "1:Cpld(4) is pango | 0:Invalid cpld chip id(305419896) | 1:Cpld(1) is lattice"},
+};
+
+BSP_CASES(Inventory, CpldCall, kInventory);
+
+using FreshBoard = bsptest::SimTest;
+
+// Unlike a missing row, an unreadable board id is not the end: the device answers again.
+TEST_F(FreshBoard, CpldCountWithUnreadableBoardId)
+{
+    sim().fail(Op::DevOpen, 1);
+    uint8_t num[2] = {0x77, 0x77};
+    EXPECT_EQ(BSP_GetCpldNum(num), kErr);
+    EXPECT_EQ(debug_texts().back(), "0:BSP: Get Bmc BoardId Failed for getting cpld num, Ret=0xffffffff");
+    EXPECT_EQ(BSP_GetCpldNum(num + 1), 0u);
+    EXPECT_EQ(num[0] << 8 | num[1], 0x0002);
+}
 
 }  // namespace

@@ -4,11 +4,12 @@
 #include <glib.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,431 +20,273 @@
 namespace {
 
 using bspsim::Op;
-using Lines = std::vector<std::string>;
+using B = bspsim::Board;
+using bsptest::PrintTo;
+using Call = std::function<std::string(B &, OBJ_HANDLE)>;
 
 constexpr const char *kObject = "Sensor0";
-
-// GLib's complaints (criticals and warnings) while a test runs: a value released twice, or
-// handed to a getter of another type, shows up here even where no sanitizer looks.
-class GLibComplaints {
-public:
-    GLibComplaints() : previous_(g_log_set_default_handler(&GLibComplaints::capture, this)) {}
-    ~GLibComplaints() { g_log_set_default_handler(previous_, nullptr); }
-    GLibComplaints(const GLibComplaints &) = delete;
-    GLibComplaints &operator=(const GLibComplaints &) = delete;
-
-    // The GLib function each complaint came from, in order.
-    const std::vector<std::string> &sources() const { return sources_; }
-
-private:
-    static void capture(const gchar *, GLogLevelFlags level, const gchar *message, gpointer self)
-    {
-        if ((level & (G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING)) == 0) return;
-        std::string text = message ? message : "";
-        static_cast<GLibComplaints *>(self)->sources_.push_back(text.substr(0, text.find(':')));
-    }
-
-    GLogFunc previous_;
-    std::vector<std::string> sources_;
-};
-
-// Every test gets the object "Sensor0" and ends with all it was handed released and GLib
-// content (apart from the complaints a test announces).
-template <typename Base>
-class DflFixture : public Base {
-protected:
-    void SetUp() override
-    {
-        Base::SetUp();
-        handle_ = this->sim().add_object(kObject, "Sensor");
-        complaints_ = std::make_unique<GLibComplaints>();
-    }
-    void TearDown() override
-    {
-        EXPECT_EQ(bspsim::live_values(), 0u) << "a value from the framework was not released";
-        EXPECT_EQ(complaints_->sources(), expected_complaints_) << "GLib complained";
-        complaints_.reset();
-        Base::TearDown();
-    }
-
-    OBJ_HANDLE handle_ = 0;
-    std::vector<std::string> expected_complaints_;
-
-private:
-    std::unique_ptr<GLibComplaints> complaints_;
-};
-
-using Dfl = DflFixture<bsptest::SimTest>;
-template <typename Case>
-using DflWith = DflFixture<bsptest::SimTestWithParam<Case>>;
-
-// ------------------------------------------------------------------ numeric getters
-
-struct GetterCase {
-    const char *label;
-    int32_t (*get)(OBJ_HANDLE, const char *, int64_t *);
-    const char *stored;  // GVariant text of the property "Value"
-    bool hardware;       // the value comes from the property's hardware source
-    int64_t expected;
-    const char *success;  // level-2 line, "" for none
-    bool framework_code;  // a refusal returns the framework's code (else -1)
-};
-
-// Calls a typed getter through an int64 preset with the caller's previous value.
-template <typename T, int32_t (*Get)(OBJ_HANDLE, const char *, T *)>
-int32_t get_as(OBJ_HANDLE h, const char *property, int64_t *io)
-{
-    T v = static_cast<T>(*io);
-    int32_t rc = Get(h, property, &v);
-    *io = v;
-    return rc;
-}
-
-const GetterCase kGetters[] = {
-    {"ubyte", get_as<uint8_t, dfl_get_property_ubyte>, "byte 0xc8", false, 200,
-     "Sensor0 get property Value, value 200 succeed.", true},
-    {"uint16", get_as<uint16_t, dfl_get_property_uint16>, "uint16 65535", false, 65535,
-     "Sensor0 get property Value value 65535 succeed.", true},
-    {"int16", get_as<int16_t, dfl_get_property_int16>, "int16 -2", false, -2,
-     "Sensor0 get property Value value -2 succeed.", true},
-    {"int32", get_as<int32_t, dfl_get_property_int32>, "int32 -100000", false, -100000,
-     "Sensor0 get property Value value -100000 succeed.", true},
-    {"uint32", get_as<uint32_t, dfl_get_property_uint32>, "uint32 4000000000", false, 4000000000,
-     "Sensor0 get property Value value -294967296 succeed.", true},
-    {"hardware_ubyte", get_as<uint8_t, dfl_get_hardware_ubyte_option>, "byte 0x07", true, 7, "", false},
-};
-
-constexpr int64_t kPreset = 0x5A;
-
-// A refused call: injected with this code, or refused by the framework itself.
-struct Refusal {
-    const char *property;
-    int32_t framework;
-    bool injected;
-};
-
-auto by_label = [](const auto &info) { return std::string(info.param.label); };
-
-class DflGetter : public DflWith<GetterCase> {
-protected:
-    void SetUp() override
-    {
-        DflWith<GetterCase>::SetUp();
-        const auto &c = GetParam();
-        if (c.hardware) sim().set_hardware_value(kObject, "Value", c.stored);
-        else sim().set_property(kObject, "Value", c.stored);
-    }
-    Op op() const { return GetParam().hardware ? Op::DflGetHw : Op::DflGetProp; }
-};
-
-TEST_P(DflGetter, StoresTheValueAndLogsItsSuccessLine)
-{
-    const auto &c = GetParam();
-    int64_t v = kPreset;
-    EXPECT_EQ(c.get(handle_, "Value", &v), 0);
-    EXPECT_EQ(v, c.expected);
-    EXPECT_EQ(debug_texts(), *c.success ? Lines{std::string("2:") + c.success} : Lines{});
-    auto calls = events(op());
-    ASSERT_EQ(calls.size(), 1u);
-    EXPECT_EQ(calls[0].a, static_cast<uint32_t>(handle_));
-    EXPECT_EQ(calls[0].b, 0u);  // the hardware getter passes no option
-}
-
-TEST_P(DflGetter, RefusalLeavesTheValueAndReturnsItsOwnResult)
-{
-    const auto &c = GetParam();
-    for (const Refusal &r : {Refusal{"Value", 1234, true}, Refusal{"Missing", bspsim::kDflNoProperty, false}}) {
-        sim().clear_logs();
-        if (r.injected) sim().fail(op(), 1, r.framework, static_cast<uint32_t>(handle_));
-        int64_t v = kPreset;
-        EXPECT_EQ(c.get(handle_, r.property, &v), c.framework_code ? r.framework : -1) << r.property;
-        EXPECT_EQ(v, kPreset);
-        EXPECT_EQ(debug_texts(), Lines{"0:Sensor0 get property " + std::string(r.property) +
-                                       " failed! result: " + std::to_string(r.framework) + "."});
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Types, DflGetter, ::testing::ValuesIn(kGetters), by_label);
-
-// An unknown handle is named "(null)"; a null output is refused before the framework.
-TEST_F(Dfl, UnknownHandleAndNullOutput)
-{
-    uint16_t v = 3;
-    EXPECT_EQ(dfl_get_property_uint16(0, "Value", &v), bspsim::kDflNoObject);
-    EXPECT_EQ(v, 3);
-    EXPECT_EQ(debug_texts(), Lines{"0:(null) get property Value failed! result: -2."});
-    sim().set_property(kObject, "Value", "byte 1");
-    EXPECT_EQ(dfl_get_property_ubyte(handle_, "Value", nullptr), -1);
-    EXPECT_EQ(dfl_get_hardware_ubyte_option(handle_, "Value", nullptr), -1);
-    EXPECT_EQ(count(Op::DflGetProp) + count(Op::DflGetHw), 1u);
-}
-
-// ------------------------------------------------------------------ numeric setters
-
-struct SetterCase {
-    const char *label;
-    int32_t (*set)(OBJ_HANDLE, const char *, int64_t, uint32_t);
-    bool takes_option;
-    const char *initial;  // the property before, of the wrapper's type
-    int64_t value;
-    const char *stored;  // the property after
-    const char *logged;  // the value as its lines show it
-};
-
-template <typename T, int32_t (*Set)(OBJ_HANDLE, const char *, T)>
-int32_t set_plain(OBJ_HANDLE h, const char *property, int64_t v, uint32_t)
-{
-    return Set(h, property, static_cast<T>(v));
-}
-
-template <typename T, int32_t (*Set)(OBJ_HANDLE, const char *, T, uint32_t)>
-int32_t set_option(OBJ_HANDLE h, const char *property, int64_t v, uint32_t option)
-{
-    return Set(h, property, static_cast<T>(v), option);
-}
-
-const SetterCase kSetters[] = {
-    {"ubyte", set_plain<uint8_t, dfl_set_property_ubyte>, false, "byte 0", 200, "byte 0xc8", "200"},
-    {"ubyte_option", set_option<uint8_t, dfl_set_property_ubyte_option>, true, "byte 0", 200, "byte 0xc8", "200"},
-    {"BSP_SetPropertyUbyte", set_option<uint8_t, BSP_SetPropertyUbyte>, true, "byte 0", 1, "byte 0x01", "1"},
-    {"uint16", set_plain<uint16_t, dfl_set_property_uint16>, false, "uint16 0", 65535, "uint16 65535", "65535"},
-    {"BSP_SetPropertyUint16", set_option<uint16_t, BSP_SetPropertyUint16>, true, "uint16 0", 40000, "uint16 40000",
-     "40000"},
-    {"int16", set_plain<int16_t, dfl_set_property_int16>, false, "int16 0", -2, "int16 -2", "-2"},
-    {"int32", set_plain<int32_t, dfl_set_property_int32>, false, "int32 0", -100000, "-100000", "-100000"},
-    {"int32_option", set_option<int32_t, dfl_set_property_int32_option>, true, "int32 0", 7, "7", "7"},
-    {"uint32", set_plain<uint32_t, dfl_set_property_uint32>, false, "uint32 0", 4000000000, "uint32 4000000000",
-     "-294967296"},
-};
-
 constexpr uint32_t kOption = 0xA5A50F0Fu;
 
-class DflSetter : public DflWith<SetterCase> {
-protected:
-    void SetUp() override
-    {
-        DflWith<SetterCase>::SetUp();
-        sim().set_property(kObject, "Value", GetParam().initial);
+// One case: the properties of "Sensor0" before, the calls, and what they show: their rendering,
+// the debug log, and the functions GLib complained from (a value released twice, or handed to
+// a getter of another type, shows up there even where no sanitizer looks).
+struct DflCase {
+    const char *name;
+    std::vector<std::pair<const char *, const char *>> props = {};  // property, GVariant text
+    Call call;
+    std::string out;
+    std::string log = "";
+    std::vector<std::string> complaints = {};
+};
+
+std::vector<std::string> *g_complaints = nullptr;
+
+void complain(const gchar *, GLogLevelFlags level, const gchar *message, gpointer)
+{
+    std::string text = message ? message : "";
+    if (level & (G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING)) g_complaints->push_back(text.substr(0, text.find(':')));
+}
+
+class Dfl : public bsptest::SimTestWithParam<DflCase> {};
+
+// Every value the framework handed over is released, whatever the path.
+TEST_P(Dfl, ShowsWhatItDid)
+{
+    const DflCase &c = GetParam();
+    const OBJ_HANDLE h = sim().add_object(kObject, "Sensor");
+    for (auto [property, value] : c.props) {
+        if (std::strcmp(property, "hw") == 0) sim().set_hardware_value(kObject, "Value", value);
+        else sim().set_property(kObject, property, value);
     }
-};
-
-TEST_P(DflSetter, StoresTheValueWithItsOption)
-{
-    const auto &c = GetParam();
-    EXPECT_EQ(c.set(handle_, "Value", c.value, kOption), 0);
-    EXPECT_EQ(sim().property(kObject, "Value"), c.stored);
-    EXPECT_EQ(debug_texts(), Lines{"2:Sensor0 set property Value value " + std::string(c.logged) + " succeed."});
-    auto sets = events(Op::DflSetProp);
-    ASSERT_EQ(sets.size(), 1u);
-    EXPECT_EQ(sets[0].a, static_cast<uint32_t>(handle_));
-    EXPECT_EQ(sets[0].b, c.takes_option ? kOption : 0u);
+    std::vector<std::string> complaints;
+    g_complaints = &complaints;
+    GLogFunc previous = g_log_set_default_handler(complain, nullptr);
+    EXPECT_EQ(c.call(sim(), h), c.out);
+    g_log_set_default_handler(previous, nullptr);
+    EXPECT_EQ(log_line(), c.log);
+    EXPECT_EQ(complaints, c.complaints);
+    EXPECT_EQ(bspsim::live_values(), 0u) << "a value from the framework was not released";
 }
 
-TEST_P(DflSetter, RefusalPassesTheFrameworkCodeUp)
+// The option words the framework got with each set, and with each hardware read.
+std::string options(B &b)
 {
-    const auto &c = GetParam();
-    const std::string before = sim().property(kObject, "Value");
-    sim().set_property(kObject, "Other", "int64 1");  // no wrapper writes this type
-    for (const Refusal &r : {Refusal{"Value", 77, true}, Refusal{"Other", bspsim::kDflTypeMismatch, false}}) {
-        sim().clear_logs();
-        if (r.injected) sim().fail(Op::DflSetProp, 1, r.framework, static_cast<uint32_t>(handle_));
-        EXPECT_EQ(c.set(handle_, r.property, c.value, kOption), r.framework) << r.property;
-        EXPECT_EQ(debug_texts(), Lines{"0:Sensor0 set property " + std::string(r.property) + " value " + c.logged +
-                                       " failed! result: " + std::to_string(r.framework) + "."});
+    std::string out;
+    for (Op op : {Op::DflSetProp, Op::DflGetHw}) {
+        for (const auto &e : b.events(op)) out += " opt " + bsptest::hex(e.b);
     }
-    EXPECT_EQ(sim().property(kObject, "Value"), before);
-    EXPECT_EQ(sim().property(kObject, "Other"), "int64 1");
+    return out;
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, DflSetter, ::testing::ValuesIn(kSetters), by_label);
-
-// ------------------------------------------------------------------------------ text
-
-TEST_F(Dfl, StringSetterStoresTextWithOptionZeroAndRefusesNull)
+// A getter three times: on "Value", refused with 1234 (the stored or the hardware read), and on
+// a property the object lacks; each call's status and the value, preset 0x5A.
+template <typename T, int32_t (*Get)(OBJ_HANDLE, const char *, T *), Op Fetch = Op::DflGetProp>
+std::string get3(B &b, OBJ_HANDLE h)
 {
-    sim().set_property(kObject, "Name", "''");
-    EXPECT_EQ(dfl_set_property_string(handle_, "Name", "fan board"), 0);
-    EXPECT_EQ(sim().property(kObject, "Name"), "'fan board'");
-    EXPECT_EQ(debug_texts(), Lines{"2:Sensor0 set property Name value fan board succeed."});
-    EXPECT_EQ(events(Op::DflSetProp).at(0).b, 0u);
-
-    sim().clear_logs();
-    sim().fail(Op::DflSetProp, 1, 9);
-    EXPECT_EQ(dfl_set_property_string(handle_, "Name", "x"), 9);
-    EXPECT_EQ(debug_texts(), Lines{"0:Sensor0 set property Name value x failed! result: 9."});
-    EXPECT_EQ(sim().property(kObject, "Name"), "'fan board'");
-
-    // Null text is refused without calling the framework.
-    sim().clear_logs();
-    EXPECT_EQ(dfl_set_property_string(handle_, "Name", nullptr), -1);
-    EXPECT_EQ(debug_texts(), Lines{"0:Sensor0 set property Name failed(buff is null)."});
-    EXPECT_EQ(count(Op::DflSetProp), 2u);
+    auto once = [h](const char *property) {
+        T v = 0x5A;
+        const int32_t rc = Get(h, property, &v);
+        return std::to_string(rc) + " " + std::to_string(+v) + " | ";
+    };
+    std::string out = once("Value");
+    b.fail(Fetch, 1, 1234, static_cast<uint32_t>(h));
+    out += once("Value");
+    out += once("Missing");
+    return out + "null " + std::to_string(Get(h, "Value", nullptr)) + options(b);
 }
 
-struct StringCase {
-    const char *label;
-    const char *text;
-    uint32_t size;  // handed to the getter; the real buffer is always 16 bytes of 'x'
-    int32_t result;
-    std::string buffer;  // the whole 16 bytes afterwards
-    Lines logs;
+std::string get_lines(const std::string &success)
+{
+    return (success.empty() ? "" : "2:Sensor0 get property Value" + success + " succeed. | ") +
+           "0:Sensor0 get property Value failed! result: 1234. | 0:Sensor0 get property Missing failed! result: -3.";
+}
+
+// A setter three times: storing the value (with kOption where it takes one), refused with 77,
+// and on a property of a type no wrapper writes; each status and the stored value.
+template <typename T, int32_t (*Set)(OBJ_HANDLE, const char *, T, uint32_t)>
+std::string set3(B &b, OBJ_HANDLE h, T v)
+{
+    const int32_t stored = Set(h, "Value", v, kOption);
+    std::string out = std::to_string(stored) + " " + b.property(kObject, "Value");
+    b.fail(Op::DflSetProp, 1, 77, static_cast<uint32_t>(h));
+    out += " | " + std::to_string(Set(h, "Value", v, kOption));
+    const int32_t mismatch = Set(h, "Other", v, kOption);
+    return out + " | " + std::to_string(mismatch) + " " + b.property(kObject, "Other") + options(b);
+}
+
+template <typename T, int32_t (*Set)(OBJ_HANDLE, const char *, T)>
+int32_t no_option(OBJ_HANDLE h, const char *property, T v, uint32_t)
+{
+    return Set(h, property, v);
+}
+
+#define SET3(T, fn, v) [](B &b, OBJ_HANDLE h) { return set3<T, fn>(b, h, v); }
+#define SET3_PLAIN(T, fn, v) [](B &b, OBJ_HANDLE h) { return set3<T, no_option<T, fn>>(b, h, v); }
+
+std::string set_lines(const char *logged)
+{
+    const std::string v = logged;
+    return "2:Sensor0 set property Value value " + v + " succeed. | 0:Sensor0 set property Value value " + v +
+           " failed! result: 77. | 0:Sensor0 set property Other value " + v + " failed! result: -5.";
+}
+
+const std::string kOpts = " opt 0xA5A50F0F opt 0xA5A50F0F opt 0xA5A50F0F", kNoOpts = " opt 0x0 opt 0x0 opt 0x0";
+
+DflCase getter(const char *name, Call call, const char *stored, const char *value, const char *logged)
+{
+    return {.name = name, .props = {{"Value", stored}}, .call = call,
+            .out = "0 " + std::string(value) + " | 1234 90 | -3 90 | null -1", .log = get_lines(logged)};
+}
+
+DflCase setter(const char *name, Call call, const char *initial, const char *stored, const char *logged, bool option)
+{
+    return {.name = name, .props = {{"Value", initial}, {"Other", "int64 1"}}, .call = call,
+            .out = "0 " + std::string(stored) + " | 77 | -5 int64 1" +
+                   (option ? kOpts : kNoOpts), .log = set_lines(logged)};
+}
+
+// Values are logged with %d: a uint32 above 0x7FFFFFFF shows negative. The byte getter has a
+// comma after the property name that the others lack.
+const DflCase kNumbers[] = {
+    getter("ubyte", get3<uint8_t, dfl_get_property_ubyte>, "byte 0xc8", "200", ", value 200"),
+    getter("uint16", get3<uint16_t, dfl_get_property_uint16>, "uint16 65535", "65535", " value 65535"),
+    getter("int16", get3<int16_t, dfl_get_property_int16>, "int16 -2", "-2", " value -2"),
+    getter("int32", get3<int32_t, dfl_get_property_int32>, "int32 -100000", "-100000", " value -100000"),
+    getter("uint32", get3<uint32_t, dfl_get_property_uint32>, "uint32 4000000000", "4000000000", " value -294967296"),
+    // The hardware getter passes no option, logs no success and answers -1 for any refusal.
+    {.name = "hardware_ubyte", .props = {{"hw", "byte 0x07"}},
+     .call = get3<uint8_t, dfl_get_hardware_ubyte_option, Op::DflGetHw>,
+     .out = "0 7 | -1 90 | -1 90 | null -1 opt 0x0 opt 0x0 opt 0x0", .log = get_lines("")},
+    setter("set_ubyte", SET3_PLAIN(uint8_t, dfl_set_property_ubyte, 200), "byte 0", "byte 0xc8", "200", false),
+    setter("set_ubyte_option", SET3(uint8_t, dfl_set_property_ubyte_option, 200), "byte 0", "byte 0xc8", "200", true),
+    setter("BSP_SetPropertyUbyte", SET3(uint8_t, BSP_SetPropertyUbyte, 1), "byte 0", "byte 0x01", "1", true),
+    setter("set_uint16", SET3_PLAIN(uint16_t, dfl_set_property_uint16, 65535), "uint16 0", "uint16 65535", "65535",
+           false),
+    setter("BSP_SetPropertyUint16", SET3(uint16_t, BSP_SetPropertyUint16, 40000), "uint16 0", "uint16 40000", "40000",
+           true),
+    setter("set_int16", SET3_PLAIN(int16_t, dfl_set_property_int16, -2), "int16 0", "int16 -2", "-2", false),
+    setter("set_int32", SET3_PLAIN(int32_t, dfl_set_property_int32, -100000), "int32 0", "-100000", "-100000", false),
+    setter("set_int32_option", SET3(int32_t, dfl_set_property_int32_option, 7), "int32 0", "7", "7", true),
+    setter("set_uint32", SET3_PLAIN(uint32_t, dfl_set_property_uint32, 4000000000u), "uint32 0", "uint32 4000000000",
+           "-294967296", false),
 };
 
-const std::string kUntouched(16, 'x');
+BSP_CASES(Numbers, Dfl, kNumbers);
 
-// The size check is unsigned: size - 1 must be at least the text's length. 0 wraps, passes,
-// and the copy (with room 0) fails forgivingly: the zero still lands at buffer[len].
-const StringCase kStringCases[] = {
-    {"fits_exactly", "fan-board", 10, 0, std::string("fan-board\0xxxxxx", 16),
-     {"2:Sensor0 get property Name result 0.", "2:Sensor0 get property Name value fan-board succeed."}},
-    {"one_short", "fan-board", 9, -1, kUntouched,
-     {"2:Sensor0 get property Name result 0.",
-      "0:Sensor0 get property Name failed(size 9 is too small, string len is 9)."}},
-    {"size_zero_wraps", "fan-board", 0, 0, std::string("xxxxxxxxx\0xxxxxx", 16),
-     {"2:Sensor0 get property Name result 0.",
-      "0:Error: copy property string failed, result = " + std::to_string(EINVAL) + ".",
-      "2:Sensor0 get property Name value xxxxxxxxx succeed."}},
-    {"empty_text_in_one_byte", "", 1, 0, std::string("\0xxxxxxxxxxxxxxx", 16),
-     {"2:Sensor0 get property Name result 0.", "2:Sensor0 get property Name value  succeed."}},
-};
-
-class DflStringGetter : public DflWith<StringCase> {};
-
-TEST_P(DflStringGetter, SizeRule)
+// The text getter into a 16-byte buffer of 'x' told it has `Size` bytes: size - 1 must hold the
+// text; computed unsigned, a size of 0 wraps and passes, and the copy (room 0) fails forgivingly,
+// the terminating zero still landing at buffer[len].
+template <uint32_t Size>
+std::string get_text(B &, OBJ_HANDLE h)
 {
-    const auto &c = GetParam();
-    sim().set_property(kObject, "Name", "'" + std::string(c.text) + "'");
-    std::string buf = kUntouched;
-    EXPECT_EQ(dfl_get_property_string(handle_, "Name", buf.data(), c.size), c.result);
-    EXPECT_EQ(buf, c.buffer);
-    EXPECT_EQ(debug_texts(), c.logs);
+    std::string buf(16, 'x');
+    const int32_t rc = dfl_get_property_string(h, "Name", buf.data(), Size);
+    std::replace(buf.begin(), buf.end(), '\0', '0');
+    return std::to_string(rc) + " " + buf;
 }
 
-INSTANTIATE_TEST_SUITE_P(Sizes, DflStringGetter, ::testing::ValuesIn(kStringCases), by_label);
+const std::string kResult = "2:Sensor0 get property Name result 0. | ";
 
-TEST_F(Dfl, StringGetterCarriesOnAfterAFailedCopy)
+std::string set_text(B &b, OBJ_HANDLE h)
 {
-    sim().set_property(kObject, "Name", "'fan-board'");
-    sim().fail(Op::StrncpyS, 1, 150);
-    char buf[32];
-    std::memset(buf, 'x', sizeof buf);
-    EXPECT_EQ(dfl_get_property_string(handle_, "Name", buf, sizeof buf), 0);
-    EXPECT_EQ(std::string(buf, 11), std::string("xxxxxxxxx\0x", 11));
-    EXPECT_EQ(debug_texts(), (Lines{"2:Sensor0 get property Name result 0.",
-                                    "0:Error: copy property string failed, result = 150.",
-                                    "2:Sensor0 get property Name value xxxxxxxxx succeed."}));
+    const int32_t stored = dfl_set_property_string(h, "Name", "fan board");
+    std::string out = std::to_string(stored) + " " + b.property(kObject, "Name");
+    b.fail(Op::DflSetProp, 1, 9);
+    out += " | " + std::to_string(dfl_set_property_string(h, "Name", "x"));
+    const int32_t null = dfl_set_property_string(h, "Name", nullptr);
+    return out + " | " + std::to_string(null) + " " + b.property(kObject, "Name") + options(b);
 }
 
-TEST_F(Dfl, StringGetterFailuresAreMinusOne)
+// Failures of the framework and of the copy (a length of 0 is a copy into no room): the array
+// getter passes their codes up, the array setter answers -1 whatever the framework's code, and
+// builds nothing from bad bytes, though an empty array is fine.
+std::string arrays(B &b, OBJ_HANDLE h)
 {
-    sim().set_property(kObject, "Name", "'fan-board'");
-    sim().set_property(kObject, "Level", "byte 5");
-    sim().fail(Op::DflGetProp, 1, 1234);
-    char buf[16] = "untouched";
-    EXPECT_EQ(dfl_get_property_string(handle_, "Name", buf, sizeof buf), -1);
-    EXPECT_EQ(debug_texts(), Lines{"0:Sensor0 get property Name failed! result: 1234."});
-
-    // A value that is no text gives no text: released, -1, nothing more logged.
-    expected_complaints_ = {"g_variant_get_string"};
-    sim().clear_logs();
-    EXPECT_EQ(dfl_get_property_string(handle_, "Level", buf, sizeof buf), -1);
-    EXPECT_EQ(debug_texts(), Lines{"2:Sensor0 get property Level result 0."});
-    EXPECT_STREQ(buf, "untouched");
-}
-
-// ----------------------------------------------------------------------- byte arrays
-
-struct ArrayCase {
-    const char *label;
-    const char *stored;
-    int32_t length;
-    std::vector<uint8_t> buffer;  // all 8 bytes afterwards, preset 0xEE
-};
-
-const ArrayCase kArrayCases[] = {
-    {"longer_property_copies_length", "@ay [1, 2, 3, 4, 5, 6]", 4, {1, 2, 3, 4, 0xEE, 0xEE, 0xEE, 0xEE}},
-    {"shorter_property_copies_its_bytes", "@ay [1, 2, 3]", 6, {1, 2, 3, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}},
-    {"same_length", "@ay [9, 8, 7, 6, 5, 4, 3, 2]", 8, {9, 8, 7, 6, 5, 4, 3, 2}},
-};
-
-class DflArrayGetter : public DflWith<ArrayCase> {};
-
-TEST_P(DflArrayGetter, CopiesAtMostLengthBytes)
-{
-    const auto &c = GetParam();
-    sim().set_property(kObject, "Data", c.stored);
-    std::vector<uint8_t> buf(8, 0xEE);
-    EXPECT_EQ(BSP_Get_property_ubyteArry(handle_, "Data", buf.data(), c.length), 0);
-    EXPECT_EQ(buf, c.buffer);
-    EXPECT_TRUE(debug_texts().empty());
-}
-
-INSTANTIATE_TEST_SUITE_P(Lengths, DflArrayGetter, ::testing::ValuesIn(kArrayCases), by_label);
-
-TEST_F(Dfl, ArrayGetterPassesFrameworkAndCopyCodesUp)
-{
-    sim().set_property(kObject, "Data", "@ay [1, 2]");
-    uint8_t buf[4] = {};
-    sim().fail(Op::DflGetProp, 1, 51, static_cast<uint32_t>(handle_));
-    EXPECT_EQ(BSP_Get_property_ubyteArry(handle_, "Data", buf, 4), 51);
-    EXPECT_EQ(BSP_Get_property_ubyteArry(handle_, "Missing", buf, 4), bspsim::kDflNoProperty);
-    sim().fail(Op::MemcpyS, 1, 34);
-    EXPECT_EQ(BSP_Get_property_ubyteArry(handle_, "Data", buf, 4), 34);
-    EXPECT_EQ(debug_texts(), (Lines{"0:Get Data error!, ret is 51", "0:Get Missing error!, ret is -3",
-                                    "0:Memcpy Data to buf failed, ret is 34."}));
-}
-
-TEST_F(Dfl, ArrayGetterWithoutArrayDataIsMinusOne)
-{
-    sim().set_property(kObject, "Empty", "@ay []");
-    sim().set_property(kObject, "Level", "byte 5");
-    expected_complaints_ = {"g_variant_get_fixed_array"};  // the byte is no array
     uint8_t buf[4] = {7, 7, 7, 7};
-    EXPECT_EQ(BSP_Get_property_ubyteArry(handle_, "Empty", buf, 4), -1);
-    EXPECT_EQ(BSP_Get_property_ubyteArry(handle_, "Level", buf, 4), -1);
-    EXPECT_EQ(BSP_Get_property_ubyteArry(handle_, "Level", nullptr, 4), -1);
-    EXPECT_EQ(BSP_Get_property_ubyteArry(handle_, "Level", buf, -1), -1);
-    EXPECT_EQ(buf[0], 7);
-    EXPECT_TRUE(debug_texts().empty());
-    EXPECT_EQ(count(Op::DflGetProp), 2u);  // the bad arguments never reached the framework
-}
-
-TEST_F(Dfl, ArraySetterStoresTheBytesWithTheCallersOption)
-{
-    sim().set_property(kObject, "Data", "@ay []");
     const uint8_t data[] = {1, 2, 0xFF};
-    EXPECT_EQ(BSP_Set_property_ubyteArry(handle_, "Data", data, 3, 0x40), 0);
-    EXPECT_EQ(sim().property(kObject, "Data"), "[byte 0x01, 0x02, 0xff]");
-    EXPECT_EQ(BSP_Set_property_ubyteArry(handle_, "Data", data, 2, 0), 0);
-    EXPECT_EQ(sim().property(kObject, "Data"), "[byte 0x01, 0x02]");
-    EXPECT_TRUE(debug_texts().empty());
-    auto sets = events(Op::DflSetProp);
-    ASSERT_EQ(sets.size(), 2u);
-    EXPECT_EQ(sets[0].b, 0x40u);
-    EXPECT_EQ(sets[1].b, 0u);
+    b.fail(Op::DflGetProp, 1, 51, static_cast<uint32_t>(h));
+    std::string out = std::to_string(BSP_Get_property_ubyteArry(h, "Data", buf, 4));
+    out += " " + std::to_string(BSP_Get_property_ubyteArry(h, "Missing", buf, 4));
+    b.fail(Op::MemcpyS, 1, 34);
+    out += " " + std::to_string(BSP_Get_property_ubyteArry(h, "Data", buf, 4));
+    for (const char *p : {"Empty", "Level"}) out += " " + std::to_string(BSP_Get_property_ubyteArry(h, p, buf, 4));
+    const int32_t bad_args = BSP_Get_property_ubyteArry(h, "Level", nullptr, 4);
+    out += " " + std::to_string(bad_args + BSP_Get_property_ubyteArry(h, "Level", buf, -1));
+    out += " " + std::to_string(BSP_Get_property_ubyteArry(h, "Data", buf, 0));
+    out += " " + std::to_string(buf[0]) + " |";
+    out += " " + std::to_string(BSP_Set_property_ubyteArry(h, "Data", data, 3, 0x40));
+    out += " " + b.property(kObject, "Data");
+    b.fail(Op::DflSetProp, 1, 7);
+    for (const char *p : {"Data", "Level"}) out += " " + std::to_string(BSP_Set_property_ubyteArry(h, p, data, 1, 0));
+    out += " " + std::to_string(BSP_Set_property_ubyteArry(h, "Data", nullptr, 1, 0));
+    out += " " + std::to_string(BSP_Set_property_ubyteArry(h, "Empty", nullptr, 0, 0));
+    out += " " + std::to_string(BSP_Set_property_ubyteArry(h, "Data", data, -1, 0));
+    return out + " " + b.property(kObject, "Data") + options(b) + " " + std::to_string(b.events(Op::DflGetProp).size());
 }
 
-// Unlike the getter, the setter answers -1 whatever the framework's code.
-TEST_F(Dfl, ArraySetterRefusalIsMinusOne)
+// The array getter copies at most `Length` bytes into 8 bytes preset 0xEE.
+template <int32_t Length>
+std::string get_array(B &, OBJ_HANDLE h)
 {
-    sim().set_property(kObject, "Data", "@ay [0]");
-    sim().set_property(kObject, "Level", "byte 5");
-    const uint8_t data[] = {1};
-    sim().fail(Op::DflSetProp, 1, 7);
-    EXPECT_EQ(BSP_Set_property_ubyteArry(handle_, "Data", data, 1, 0), -1);
-    EXPECT_EQ(BSP_Set_property_ubyteArry(handle_, "Level", data, 1, 0), -1);
-    EXPECT_EQ(debug_texts(), (Lines{"0:Update Data fail, ret=7.", "0:Update Level fail, ret=-5."}));
-    EXPECT_EQ(sim().property(kObject, "Data"), "@ay [0]");
+    std::vector<uint8_t> buf(8, 0xEE);
+    std::string out = std::to_string(BSP_Get_property_ubyteArry(h, "Data", buf.data(), Length));
+    for (uint8_t v : buf) out += " " + std::to_string(v);
+    return out;
 }
 
-TEST_F(Dfl, ArraySetterThatCannotBuildTheValueCallsNothing)
-{
-    const uint8_t data[] = {1};
-    EXPECT_EQ(BSP_Set_property_ubyteArry(handle_, "Data", nullptr, 3, 0), -1);
-    EXPECT_EQ(BSP_Set_property_ubyteArry(handle_, "Data", data, -1, 0), -1);
-    EXPECT_EQ(debug_texts(), (Lines{"1:Get property(Data) data fail.", "1:Get property(Data) data fail."}));
-    EXPECT_EQ(count(Op::DflSetProp), 0u);
-}
+const DflCase kTextsAndArrays[] = {
+    {.name = "TextFitsExactly", .props = {{"Name", "'fan-board'"}}, .call = get_text<10>, .out = "0 fan-board0xxxxxx",
+     .log = kResult + "2:Sensor0 get property Name value fan-board succeed."},
+    {.name = "TextOneShort", .props = {{"Name", "'fan-board'"}}, .call = get_text<9>, .out = "-1 xxxxxxxxxxxxxxxx",
+     .log = kResult + "0:Sensor0 get property Name failed(size 9 is too small, string len is 9)."},
+    {.name = "TextSizeZeroWraps", .props = {{"Name", "'fan-board'"}}, .call = get_text<0>, .out = "0 xxxxxxxxx0xxxxxx",
+     .log = kResult + "0:Error: copy property string failed, result = " + std::to_string(EINVAL) +
+            ". | 2:Sensor0 get property Name value xxxxxxxxx succeed."},
+    {.name = "TextEmptyInOneByte", .props = {{"Name", "''"}}, .call = get_text<1>, .out = "0 0xxxxxxxxxxxxxxx",
+     .log = kResult + "2:Sensor0 get property Name value  succeed."},
+    // A failed copy is only logged: the read still counts as done.
+    {.name = "TextCopyFails", .props = {{"Name", "'fan-board'"}},
+     .call = [](B &b, OBJ_HANDLE h) { return b.fail(Op::StrncpyS, 1, 150), get_text<32>(b, h); },
+     .out = "0 xxxxxxxxx0xxxxxx",
+     .log = kResult + "0:Error: copy property string failed, result = 150. | "
+                      "2:Sensor0 get property Name value xxxxxxxxx succeed."},
+    {.name = "TextRefusedIsMinusOne", .props = {{"Name", "'fan-board'"}},
+     .call = [](B &b, OBJ_HANDLE h) { return b.fail(Op::DflGetProp, 1, 1234), get_text<16>(b, h); },
+     .out = "-1 xxxxxxxxxxxxxxxx",
+     .log = "0:Sensor0 get property Name failed! result: 1234."},
+    // A value that is no text gives no text: released, -1, nothing more logged.
+    {.name = "TextOfAByteIsMinusOne", .props = {{"Name", "byte 5"}}, .call = get_text<16>, .out = "-1 xxxxxxxxxxxxxxxx",
+     .log = "2:Sensor0 get property Name result 0.", .complaints = {"g_variant_get_string"}},
+    // An unknown handle is named "(null)".
+    {.name = "UnknownHandle", .call = [](B &, OBJ_HANDLE) {
+         uint16_t v = 3;
+         const int32_t rc = dfl_get_property_uint16(0, "Value", &v);
+         return std::to_string(rc) + " " + std::to_string(v);
+     },
+     .out = "-2 3", .log = "0:(null) get property Value failed! result: -2."},
+    {.name = "TextSetter", .props = {{"Name", "''"}}, .call = set_text,
+     .out = "0 'fan board' | 9 | -1 'fan board' opt 0x0 opt 0x0",
+     .log = "2:Sensor0 set property Name value fan board succeed. | "
+            "0:Sensor0 set property Name value x failed! result: 9. | "
+            "0:Sensor0 set property Name failed(buff is null)."},
+    {.name = "ArrayLongerPropertyCopiesLength", .props = {{"Data", "@ay [1, 2, 3, 4, 5, 6]"}}, .call = get_array<4>,
+     .out = "0 1 2 3 4 238 238 238 238"},
+    {.name = "ArrayShorterPropertyCopiesItsBytes", .props = {{"Data", "@ay [1, 2, 3]"}}, .call = get_array<6>,
+     .out = "0 1 2 3 238 238 238 238 238"},
+    {.name = "ArraySameLength", .props = {{"Data", "@ay [9, 8, 7, 6, 5, 4, 3, 2]"}}, .call = get_array<8>,
+     .out = "0 9 8 7 6 5 4 3 2"},
+    {.name = "ArrayFailures", .props = {{"Data", "@ay [1, 2]"}, {"Empty", "@ay []"}, {"Level", "byte 5"}},
+     .call = arrays,
+     .out = "51 -3 34 -1 -1 -2 22 7 | 0 [byte 0x01, 0x02, 0xff] -1 -1 -1 0 -1 [byte 0x01, 0x02, 0xff] "
+            "opt 0x40 opt 0x0 opt 0x0 opt 0x0 6",
+     .log = "0:Get Data error!, ret is 51 | 0:Get Missing error!, ret is -3 | "
+            "0:Memcpy Data to buf failed, ret is 34. | 0:Memcpy Data to buf failed, ret is 22. | "
+            "0:Update Data fail, ret=7. | 0:Update Level fail, ret=-5. | "
+            "1:Get property(Data) data fail. | 1:Get property(Data) data fail.",
+     .complaints = {"g_variant_get_fixed_array"}},
+};
+
+BSP_CASES(TextsAndArrays, Dfl, kTextsAndArrays);
 
 // The leak check of the sanitized build only sees GLib's allocations when GLib allocates
 // with malloc; with its slice allocator a leaked value stays reachable and passes unseen.

@@ -148,4 +148,108 @@ void PrintTo(const T &value, std::ostream *os)
                              [](const auto &info) { return std::string(info.param.name); })
 #endif
 
+// ---- CPLD, upgrade and framework helpers
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <utility>
+
+namespace bsptest {
+
+// `n` copies of `s` joined by `sep`: retries and per-byte sequences repeat themselves.
+inline std::string times(size_t n, const std::string &s, const char *sep = " ")
+{
+    std::string out;
+    for (size_t i = 0; i < n; ++i) out += (i ? sep : "") + s;
+    return out;
+}
+
+// Bytes a call under test may write to (aligned for the calls that take 32-bit words); 0xEE
+// before every case.
+alignas(8) inline uint8_t g_out[8];
+
+// What a call left for its caller: its status ("ok", "err" for -1, else the signed value), then
+// the first `n` bytes of g_out in hex, e.g. "ok a5 01".
+inline std::string res(uint32_t status, size_t n = 0)
+{
+    std::string s = status == 0 ? "ok" : status == kErr ? "err" : std::to_string(static_cast<int32_t>(status));
+    char b[4];
+    for (size_t i = 0; i < n; ++i) s += (std::snprintf(b, sizeof b, " %02x", g_out[i]), b);
+    return s;
+}
+
+// A call case's call: the library call `expr`, rendered by res() with the bytes named after it.
+#define BSP_CALL(expr, ...) [](bspsim::Board &) { return bsptest::res(expr __VA_OPT__(, ) __VA_ARGS__); }
+
+// The next `count` calls of `op` (for `key` only, once `skip` matching calls have passed) fail.
+struct Fault {
+    bspsim::Op op;
+    uint32_t count = 1;
+    int32_t code = -1;
+    uint32_t key = bspsim::kAnyKey;
+    uint32_t skip = 0;
+};
+
+// One case of a family's calls: the board (profile, board id, registers, faults, anything else),
+// the call, and all a user sees: what the call rendered, the bus record and the debug log.
+struct CallCase {
+    const char *name = "";
+    const char *profile = "default";
+    int board = -1;  // -1: as the profile has it
+    std::vector<std::pair<uint32_t, uint8_t>> regs = {};
+    std::vector<Fault> faults = {};
+    std::function<void(bspsim::Board &)> setup = nullptr;
+    std::function<std::string(bspsim::Board &)> call = nullptr;
+    std::string out = "ok";
+    std::string trace = "";
+    std::string log = "";
+};
+
+// Runs CallCases on a board whose id and the predicates the CPLD path choice asks are already
+// cached, so that a case records only the calls it makes.
+class CallTest : public SimTestWithParam<CallCase> {
+protected:
+    std::string profile() const override { return GetParam().profile; }
+    void SetUp() override
+    {
+        SimTestWithParam<CallCase>::SetUp();
+        if (HasFatalFailure()) return;
+        const CallCase &c = GetParam();
+        if (c.board >= 0) sim().set_board_id(static_cast<uint8_t>(c.board));
+        (void)BSP_IsSmmBoard();
+        (void)BSP_Is58304u2pBoard();
+        forget();
+        for (auto [reg, value] : c.regs) sim().set_reg(reg, value);
+        for (const Fault &f : c.faults) sim().fail(f.op, f.count, f.code, f.key, f.skip);
+        if (c.setup) c.setup(sim());
+        std::fill(std::begin(g_out), std::end(g_out), uint8_t{0xEE});
+    }
+    void run() const
+    {
+        EXPECT_EQ(GetParam().call(sim()), GetParam().out);
+        EXPECT_EQ(bus(), GetParam().trace);
+        EXPECT_EQ(logs(), GetParam().log);
+    }
+    // Bus transfers, chip writes, semaphores, delays and the CPLD driver's calls.
+    std::string bus() const
+    {
+        using bspsim::Op;
+        return tr({Op::LocalBusRead, Op::LocalBusWrite, Op::SpiRead, Op::SpiWrite, Op::DflChipByteWrite, Op::SemP,
+                   Op::SemV, Op::Delay, Op::CpldGetId, Op::CpldSetNum});
+    }
+    // log_line(), with a "(line:N)" that names the logging line itself written "(line:SAME)".
+    std::string logs() const
+    {
+        std::string out;
+        for (const auto &l : debug_logs()) {
+            std::string text = l.text, line = "(line:" + std::to_string(l.line) + ")";
+            if (auto at = text.find(line); at != std::string::npos) text.replace(at, line.size(), "(line:SAME)");
+            out += (out.empty() ? "" : " | ") + std::to_string(l.level) + ":" + text;
+        }
+        return out;
+    }
+};
+
+}  // namespace bsptest
+
 #endif
