@@ -31,6 +31,13 @@ uint32_t bitwise_crc(unsigned width, uint32_t poly, uint32_t reg, const uint8_t 
     return reg;
 }
 
+// The CRC of the one byte `i` from a zero register: entry i of the library's tables.
+uint32_t byte_crc(unsigned width, uint32_t poly, uint32_t i)
+{
+    const auto byte = static_cast<uint8_t>(i);
+    return bitwise_crc(width, poly, 0, &byte, 1);
+}
+
 std::vector<uint8_t> random_bytes(size_t n, uint32_t seed)
 {
     std::mt19937 rng(seed);
@@ -47,12 +54,11 @@ TEST(Crc, CheckValuesAndEmptyInputs)
     EXPECT_EQ(BSP_CalCrc8(0, kCheck, 9), 0xF4);
     EXPECT_EQ(BSP_CalCrc16(0, kCheck, 9), 0x31C3);
     EXPECT_EQ(BSP_CalCrc16(0xFFFF, kCheck, 9), 0x29B1);
-    EXPECT_EQ(hex(BSP_CalcCrc32(kCheck, 9, 0, 1, 1)), "0xFC891918");
-    EXPECT_EQ(hex(BSP_CalcCrc32(kCheck, 9, 0, 1, 0)), "0x376E6E7");
-    EXPECT_EQ(hex(BSP_CalcCrc32(kCheck, 9, 0, 0, 1)), "0x765E7680");
-    EXPECT_EQ(hex(BSP_CalcCrc32(kCheck, 9, 0, 0, 0)), "0x89A1897F");
-    EXPECT_EQ(hex(BSP_CalcCrc32(kCheck, 9, 0x12345678, 1, 1)), "0xFC891918");
-    EXPECT_EQ(hex(BSP_CalcCrc32(kCheck, 9, 0xFFFFFFFF, 0, 0)), "0x376E6E7");
+    std::string crc32;
+    for (auto [init, all_ones, complement] : {std::tuple{0u, 1, 1}, {0u, 1, 0}, {0u, 0, 1}, {0u, 0, 0}, {0x12345678u, 1, 1},
+                                              {0xFFFFFFFFu, 0, 0}})
+        crc32 += " " + hex(BSP_CalcCrc32(kCheck, 9, init, all_ones, complement));
+    EXPECT_EQ(crc32, " 0xFC891918 0x376E6E7 0x765E7680 0x89A1897F 0xFC891918 0x376E6E7");
     EXPECT_EQ(BSP_CalCrc8(0x5A, nullptr, 4) + BSP_CalCrc8(0x5A, kCheck, 0), 2 * 0x5A);
     EXPECT_EQ(BSP_CalCrc16(0x1234, nullptr, 9) + BSP_CalCrc16(0x1234, kCheck, 0), 2 * 0x1234);
     EXPECT_EQ(BSP_CalcCrc32(nullptr, 9, 0, 0, 0), kErr);
@@ -82,11 +88,8 @@ TEST(Crc, RandomDataMatchesBitwiseAndChains)
 
 // Which exported table a first use fills (with the bitwise CRC of each index); the others stay
 // zero until their own function needs them.
-struct FirstUse {
-    const char *name;
-    void (*use)();
-    const char *filled;  // of g_CRC8Table, g_crcTab16, g_crc32Lut, g_CRC32HTable
-};
+// `filled`: which of g_CRC8Table, g_crcTab16, g_crc32Lut, g_CRC32HTable.
+struct FirstUse { const char *name; void (*use)(); const char *filled; };
 
 const FirstUse kFirstUses[] = {
     {.name = "crc8_with_data", .use = [] { BSP_CalCrc8(0, kCheck, 9); }, .filled = "8"},
@@ -108,9 +111,8 @@ std::string table_state(const T (&table)[N], const char *name, unsigned width, u
 {
     size_t zero = 0, right = 0;
     for (uint32_t i = 0; i < N; ++i) {
-        const auto byte = static_cast<uint8_t>(i);
         zero += table[i] == 0;
-        right += table[i] == bitwise_crc(width, poly, 0, &byte, 1);
+        right += table[i] == byte_crc(width, poly, i);
     }
     return zero == N ? "" : right == N ? std::string(" ") + name : std::string(" wrong ") + name;
 }
@@ -134,11 +136,8 @@ TEST(Crc, Crc32TableWritesOnlyCountEntries)
         uint32_t table[300];
         std::fill(std::begin(table), std::end(table), 0xA5A5A5A5);
         make_crc32_table(table, count);
-        for (uint32_t i = 0; i < 300; ++i) {
-            const auto byte = static_cast<uint8_t>(i);
-            uint32_t want = i < count && i < 256 ? bitwise_crc(32, 0x04C11DB7, 0, &byte, 1) : 0xA5A5A5A5;
-            ASSERT_EQ(table[i], want) << "count " << count << ", entry " << i;
-        }
+        for (uint32_t i = 0; i < 300; ++i)
+            ASSERT_EQ(table[i], i < count && i < 256 ? byte_crc(32, 0x04C11DB7, i) : 0xA5A5A5A5) << count << ", entry " << i;
     }
 }
 
