@@ -626,19 +626,19 @@ TEST_F(BoardTest, CtrlBoardPresence)
 {
     known_board();
     sim().set_reg(0x33, 0x0F);
+    // "status present" of one query, the answer preset 0xAA.
+    auto present = [](uint8_t board) {
+        uint8_t answer = 0xAA;
+        uint32_t rc = BSP_GetCtrlBoardPresent(board, &answer);
+        return x(rc) + " " + x(answer) + "|";
+    };
     std::string got;
-    for (uint8_t board : {0, 1, 2, 3, 4, 255}) {
-        uint8_t present = 0xAA;
-        EXPECT_EQ(BSP_GetCtrlBoardPresent(board, &present), 0u);
-        got += std::to_string(present);
-    }
-    EXPECT_EQ(got, "110000");
+    for (uint8_t board : {0, 1, 2, 3, 4, 255}) got += present(board);
+    EXPECT_EQ(got, "0 1|0 1|0 0|0 0|0 0|0 0|");
     EXPECT_EQ(BSP_GetCtrlBoardPresent(0, nullptr), kErr);
     forget();
     sim().fail(Op::LocalBusRead, 1, -1, 0x33);
-    uint8_t present = 0xAA;
-    EXPECT_EQ(BSP_GetCtrlBoardPresent(0, &present), kErr);
-    EXPECT_EQ(present, 0xAA);
+    EXPECT_EQ(present(0), "ffffffff aa|");
     EXPECT_EQ(bus(), "rd 33=00!-1");
     got.clear();
     for (auto [reg, board, fails] : {std::tuple{0x01, 0, 0}, {0x00, 0, 0}, {0x01, 0, 0}, {0x00, 0, 1}, {0x03, 1, 1},

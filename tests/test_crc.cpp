@@ -229,11 +229,7 @@ TEST_F(FileCrc, FailuresAreLogged)
     fds_.insert(fds_.end(), {pipe_fds[0], pipe_fds[1]});
     int five = open_file("five", "12345"), big = open_file("big", std::string(65536 + 100, 'z'));
     fds_.push_back(::open(sim().dir().c_str(), O_RDONLY | O_DIRECTORY));
-    const struct {
-        int fd;
-        uint32_t offset, len;
-        std::string log;
-    } cases[] = {
+    const struct { int fd; uint32_t offset, len; std::string log; } cases[] = {
         {-1, 17, 9, "0:Error: seek file offset 17 failed."}, {1000, 0, 9, "0:Error: seek file offset 0 failed."},
         {pipe_fds[0], 4, 9, "0:Error: seek file offset 4 failed."}, {-1, 0xFFFFFFF0, 9, "0:Error: seek file offset -16 failed."},
         {-1, 3, 0, "0:Error: seek file offset 3 failed."}, {five, 0, 0, ""}, {five, 5, 0, ""},
