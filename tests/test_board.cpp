@@ -356,6 +356,12 @@ TEST_F(BoardTest, BoardSetsKeepTheirFirstNo)
     EXPECT_EQ(got, " 001 0 00");
 }
 
+// Every type of the 2U controller set, and its padding, is in it (one question per process: the
+// set keeps its first answer).
+class TypeSet : public ::testing::TestWithParam<uint8_t> {};
+TEST_P(TypeSet, HoldsEveryType) { EXPECT_EQ(BSP_is2u2cCtrlBoardType(GetParam()), 1u); }
+INSTANTIATE_TEST_SUITE_P(BoardSet, TypeSet, ::testing::Values(0x30, 0x31, 0x32, 0x33, 0x34, 0x35, 0x36, 0x37, 0x38, 0x39, 0xFF));
+
 // A caller's own set: its answer word before the first question is taken as the answer.
 TEST(BoardSet, CallersSetKeepsItsFirstAnswer)
 {
@@ -534,6 +540,9 @@ const OnlineCase kOnline[] = {
      .trace = "rd 33&02=0!-1 delay 10 rd 33&02=0!-1 delay 10 rd 33&02=0!-1 delay 10",
      .log = "0:read cpld error. | 0:read cpld error. | 0:read cpld error. | 0:Get board(1) online status failed(-1)",
      .fails = 3},
+    // The first read fails: its cleared byte is the previous value, so two more reads are needed.
+    {.name = "failure_then_ones", .board = 0, .samples = {0x01, 0x01}, .want = 1,
+     .trace = "rd 33&01=0!-1 delay 10 rd 33&01=1 delay 10 rd 33&01=1", .log = "0:read cpld error.", .fails = 1},
     {.name = "no_such_board", .board = 4, .samples = {0x10}, .want = 0, .trace = "", .log = "0:Input para err(4)"},
 };
 

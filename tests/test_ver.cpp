@@ -277,7 +277,7 @@ TEST_F(TwoProcessorBoard, FailedPinRead)
 }
 
 // The device cannot be opened or asked: logged, the number untouched, the letter "H"; an opened
-// device is closed. Null pointers are refused before anything is asked.
+// device is closed. A failed clear of the record is only logged. Null pointers are refused before anything is asked.
 TEST_F(VerTest, PcbDeviceFailuresAndArguments)
 {
     known_board();
@@ -290,9 +290,11 @@ TEST_F(VerTest, PcbDeviceFailuresAndArguments)
     EXPECT_EQ(BSP_GetPcbVersion(&letter), 0u);
     EXPECT_EQ(std::to_string(pcb) + letter, "51H");
     sim().fail(Op::DevIoctl, 1, -1, kBoardInfo);
+    sim().fail(Op::MemsetS, 1, 34, bspsim::kAnyKey, 1);  // the record's clear, after the board id's
     EXPECT_EQ(BSP_GetBmcBoardPcb(&pcb), kErr);
-    EXPECT_EQ(tr(), "open sys_info!-1 open sys_info!-1 open sys_info ioctl 80047306=0!-1 close sys_info");
-    EXPECT_EQ(log_line(), "0:open sys_info dev fail. | 0:open sys_info dev fail. | 0:ioctrl sys_info dev fail");
+    EXPECT_EQ(tr(), "open sys_info!-1 open sys_info!-1 memset_s!34 open sys_info ioctl 80047306=0!-1 close sys_info");
+    EXPECT_EQ(log_line(), "0:open sys_info dev fail. | 0:open sys_info dev fail. | "
+                          "0:Error: init sysinfo failed, result = 34. | 0:ioctrl sys_info dev fail");
     std::string accepted;
     for (unsigned v = 0; v < 256; ++v)
         if (BSP_PcbVersionCheck(static_cast<uint8_t>(v)) == 0) accepted += std::to_string(v) + " ";
