@@ -17,19 +17,12 @@ using bsptest::PrintTo;
 const std::string kLogFiles[] = {"/var/log/zelm/app_debug_log", "/var/log/zelm/dfm_debug_log",
                                  "/var/log/zelm/linux_kernel_log", "/var/log/zelm/operate_log"};
 
-struct FlushCase {
-    const char *name;
-    unsigned present;     // bit i: file i exists
-    int failing = -1;     // the open of this file fails
-    int directory = -1;   // a directory stands in this file's place: it cannot be opened for appending
-};
+// Bit i of `present`: file i exists. The open of file `failing` fails; a directory stands in the
+// place of file `directory`: it cannot be opened for appending.
+struct FlushCase { const char *name; unsigned present; int failing = -1, directory = -1; };
 
 const FlushCase kFlushes[] = {
-    {.name = "all_present", .present = 0xF},
-    {.name = "none_present", .present = 0},
-    {.name = "some_present", .present = 0b0101},
-    {.name = "open_fails", .present = 0xF, .failing = 1},
-    {.name = "directory", .present = 0b1011, .directory = 2},
+    {"all_present", 0xF}, {"none_present", 0}, {"some_present", 0b0101}, {"open_fails", 0xF, 1}, {"directory", 0b1011, -1, 2},
 };
 
 using SyncLog2Flash = bsptest::SimTestWithParam<FlushCase>;
@@ -40,12 +33,9 @@ TEST_P(SyncLog2Flash, EachFileOnItsOwn)
 {
     const FlushCase &c = GetParam();
     auto contents = [](int i) { return "line " + std::to_string(i) + "\nno newline at the end"; };
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; i < 4; ++i)
         if (c.present & (1u << i)) bsptest::write_file(sim().path_of(kLogFiles[i]), contents(i));
-    }
-    if (c.directory >= 0) {
-        ASSERT_EQ(mkdir(sim().path_of(kLogFiles[c.directory]).c_str(), 0755), 0);
-    }
+    ASSERT_TRUE(c.directory < 0 || mkdir(sim().path_of(kLogFiles[c.directory]).c_str(), 0755) == 0);
     if (c.failing >= 0) sim().fail(Op::FileOpen, 1, -1, bspsim::kAnyKey, c.failing);
     auto open_fds = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
     const auto fds_before = open_fds();
@@ -54,13 +44,11 @@ TEST_P(SyncLog2Flash, EachFileOnItsOwn)
     std::string opened, logs;
     for (int i = 0; i < 4; ++i) {
         const std::string &f = kLogFiles[i];
-        bool there = (c.present & (1u << i)) || i == c.directory;
-        if (there) opened += (opened.empty() ? "fopen " : " fopen ") + f + (i == c.failing || i == c.directory ? "!-1" : "");
-        bool refused = i == c.failing || i == c.directory;
+        const bool file = c.present & (1u << i), there = file || i == c.directory, refused = i == c.failing || i == c.directory;
+        if (there) opened += (opened.empty() ? "fopen " : " fopen ") + f + (refused ? "!-1" : "");
         std::string log = !there ? f + " is not exist." : refused ? "Open file(" + f + ") failed." : "";
         if (!log.empty()) logs += (logs.empty() ? "0:" : " | 0:") + log;
         struct stat st;
-        bool file = c.present & (1u << i);
         std::string now = file ? bsptest::read_file(sim().path_of(f)) : stat(sim().path_of(f).c_str(), &st) ? "none" : "dir";
         EXPECT_EQ(now, file ? contents(i) : there ? "dir" : "none") << "left as it was: " << f;
     }
@@ -76,9 +64,7 @@ TEST_F(Interim, FailAndTouchNothing)
 {
     uint16_t frame = 0x1234;
     uint8_t slot = 0x56, mode = 0x78;
-    EXPECT_EQ(BSP_GetFrameType(&frame), -1);
-    EXPECT_EQ(BSP_GetBoardSlot(&slot), -1);
-    EXPECT_EQ(BSP_SetSmmMcuMode(1), -1);
+    EXPECT_EQ(BSP_GetFrameType(&frame) & BSP_GetBoardSlot(&slot) & BSP_SetSmmMcuMode(1), -1);
     BSP_GetSmmMcuMode(&mode);
     EXPECT_EQ(bsptest::hex(frame) + bsptest::hex(slot) + bsptest::hex(mode), "0x12340x560x78");
     EXPECT_EQ(tr() + log_line(), "");
