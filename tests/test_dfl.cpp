@@ -224,23 +224,24 @@ std::string arrays(B &b, OBJ_HANDLE h)
     return out + " " + b.property(kObject, "Data") + options(b) + " " + std::to_string(b.events(Op::DflGetProp).size());
 }
 
-// The array getter copies at most `Length` bytes into 8 bytes preset 0xEE.
-template <int32_t Length>
-std::string get_array(B &, OBJ_HANDLE h)
+// The array getter copies at most `length` bytes of `property` into 8 bytes preset 0xEE.
+std::string get_array(OBJ_HANDLE h, const char *property, int32_t length)
 {
     std::vector<uint8_t> buf(8, 0xEE);
-    std::string out = std::to_string(BSP_Get_property_ubyteArry(h, "Data", buf.data(), Length));
+    std::string out = std::to_string(BSP_Get_property_ubyteArry(h, property, buf.data(), length));
     for (uint8_t v : buf) out += " " + std::to_string(v);
     return out;
 }
 
 const DflCase kTextsAndArrays[] = {
-    {.name = "TextFitsExactly", .props = {{"Name", "'fan-board'"}}, .call = get_text<10>, .out = "0 fan-board0xxxxxx",
-     .log = kResult + "2:Sensor0 get property Name value fan-board succeed."},
-    {.name = "TextOneShort", .props = {{"Name", "'fan-board'"}}, .call = get_text<9>, .out = "-1 xxxxxxxxxxxxxxxx",
-     .log = kResult + "0:Sensor0 get property Name failed(size 9 is too small, string len is 9)."},
-    {.name = "TextSizeZeroWraps", .props = {{"Name", "'fan-board'"}}, .call = get_text<0>, .out = "0 xxxxxxxxx0xxxxxx",
-     .log = kResult + "0:Error: copy property string failed, result = " + std::to_string(EINVAL) +
+    {.name = "TextSizes", .props = {{"Name", "'fan-board'"}},
+     .call = [](B &b, OBJ_HANDLE h) {
+         return bsptest::joined({get_text<10>(b, h), get_text<9>(b, h), get_text<0>(b, h)}, " | ");
+     },
+     .out = "0 fan-board0xxxxxx | -1 xxxxxxxxxxxxxxxx | 0 xxxxxxxxx0xxxxxx",
+     .log = kResult + "2:Sensor0 get property Name value fan-board succeed. | " + kResult +
+            "0:Sensor0 get property Name failed(size 9 is too small, string len is 9). | " + kResult +
+            "0:Error: copy property string failed, result = " + std::to_string(EINVAL) +
             ". | 2:Sensor0 get property Name value xxxxxxxxx succeed."},
     {.name = "TextEmptyInOneByte", .props = {{"Name", "''"}}, .call = get_text<1>, .out = "0 0xxxxxxxxxxxxxxx",
      .log = kResult + "2:Sensor0 get property Name value  succeed."},
@@ -269,12 +270,12 @@ const DflCase kTextsAndArrays[] = {
      .log = "2:Sensor0 set property Name value fan board succeed. | "
             "0:Sensor0 set property Name value x failed! result: 9. | "
             "0:Sensor0 set property Name failed(buff is null)."},
-    {.name = "ArrayLongerPropertyCopiesLength", .props = {{"Data", "@ay [1, 2, 3, 4, 5, 6]"}}, .call = get_array<4>,
-     .out = "0 1 2 3 4 238 238 238 238"},
-    {.name = "ArrayShorterPropertyCopiesItsBytes", .props = {{"Data", "@ay [1, 2, 3]"}}, .call = get_array<6>,
-     .out = "0 1 2 3 238 238 238 238 238"},
-    {.name = "ArraySameLength", .props = {{"Data", "@ay [9, 8, 7, 6, 5, 4, 3, 2]"}}, .call = get_array<8>,
-     .out = "0 9 8 7 6 5 4 3 2"},
+    {.name = "ArrayCopiesTheShorterLength", .props = {{"A", "@ay [1, 2, 3, 4, 5, 6]"}, {"B", "@ay [1, 2, 3]"},
+                                                      {"C", "@ay [9, 8, 7, 6, 5, 4, 3, 2]"}},
+     .call = [](B &, OBJ_HANDLE h) {
+         return bsptest::joined({get_array(h, "A", 4), get_array(h, "B", 6), get_array(h, "C", 8)}, " | ");
+     },
+     .out = "0 1 2 3 4 238 238 238 238 | 0 1 2 3 238 238 238 238 238 | 0 9 8 7 6 5 4 3 2"},
     {.name = "ArrayFailures", .props = {{"Data", "@ay [1, 2]"}, {"Empty", "@ay []"}, {"Level", "byte 5"}},
      .call = arrays,
      .out = "51 -3 34 -1 -1 -2 22 7 | 0 [byte 0x01, 0x02, 0xff] -1 -1 -1 0 -1 [byte 0x01, 0x02, 0xff] "
