@@ -551,13 +551,6 @@ BSP_CASES(UpgradeState, CpldCall, kUpgradeState);
 
 // ============================================================================== inventory
 
-// The count of the board's row of the logic version table; a failed lookup is not cached.
-std::string count_twice(B &)
-{
-    const uint32_t first = BSP_GetCpldNum(g);
-    return res(first | BSP_GetCpldNum(g + 1), 2);
-}
-
 // CPLD 0..2's self-test registers of the board; 3 is out of range and leaves the address be.
 std::string self_test_addrs(B &)
 {
@@ -638,31 +631,19 @@ std::string chip_ids(B &)
     return out;
 }
 
-// An unknown id keeps its entry, spoils the result, and the walk goes on.
-std::string chip_types(B &)
-{
-    const uint32_t ids[] = {0x03004C37, 0x00008C3B, 0x612BD043, 0x0042B899, 0x0042A899, 0x12345678, 0x612BD043};
-    const uint32_t known = BSP_CovertCpldType(ids, g, 5);
-    const uint32_t mixed = BSP_CovertCpldType(ids + 5, g + 5, 2);
-    return res(known) + " " + res(mixed) + " " + res(BSP_CovertCpldType(nullptr, nullptr, 0), 7);
-}
-
-// The CPLD driver's calls: ten tries, a second after each failed one.
-std::string driver_trace(const std::string &call, const std::string &failed, uint32_t failures)
-{
-    return times(std::min(failures, 10u), failed + " delay 1000") +
-           (failures >= 10 ? "" : (failures ? " " : "") + call);
-}
+// The count of the board's row of the logic version table, twice: a failed lookup is not cached.
+#define COUNT_TWICE [](B &) { return calls({BSP_GetCpldNum(g), BSP_GetCpldNum(g + 1)}, 2); }
+const uint32_t kTypeIds[] = {0x03004C37, 0x00008C3B, 0x612BD043, 0x0042B899, 0x0042A899, 0x12345678, 0x612BD043};
 
 #define HEALTH [](B &) { return std::to_string(BSP_CpldBorCIsHealth()); }
 #define CHIP_ID BSP_CALL(BSP_GetCpldChipId(reinterpret_cast<uint32_t *>(g), 8, 2, 0))
 
 const CallCase kInventory[] = {
     // The first, a middle and the last row of the table (its contents are the version suite's).
-    {.name = "CountBoard00", .board = 0x00, .call = count_twice, .out = "ok 03 03"},
-    {.name = "CountBoard05", .board = 0x05, .call = count_twice, .out = "ok 02 02"},
-    {.name = "CountBoard95", .board = 0x95, .call = count_twice, .out = "ok 02 02"},
-    {.name = "CountSmmHasNoRow", .board = 0x81, .call = count_twice, .out = "err 00 00",
+    {.name = "CountBoard00", .board = 0x00, .call = COUNT_TWICE, .out = "ok ok 03 03"},
+    {.name = "CountBoard05", .board = 0x05, .call = COUNT_TWICE, .out = "ok ok 02 02"},
+    {.name = "CountBoard95", .board = 0x95, .call = COUNT_TWICE, .out = "ok ok 02 02"},
+    {.name = "CountSmmHasNoRow", .board = 0x81, .call = COUNT_TWICE, .out = "err err 00 00",
      .log = times(2, "0:BSP: Get cpld num fail. BoardId:0x81", " | ")},
     {.name = "CountNull", .call = BSP_CALL(BSP_GetCpldNum(nullptr)), .out = "err",
      .log = "0:Input CPLD num buffer is null"},
@@ -756,15 +737,22 @@ const CallCase kInventory[] = {
     // Room for one id only: the bounded copy refuses, and its code is the result.
     {.name = "ChipIdSmallBuffer", .call = BSP_CALL(BSP_GetCpldChipId(reinterpret_cast<uint32_t *>(g), 4, 2, 0)),
      .out = "34", .trace = "cpldid 0=2", .log = kIdsLine + "34."},
+    // The CPLD driver's calls: ten tries, a second after each failed one.
     {.name = "ChipIdTenthTry", .faults = {{Op::CpldGetId, 9, -5}}, .call = CHIP_ID,
-     .trace = driver_trace("cpldid 0=2", "cpldid 0=0!-5", 9), .log = kIdsLine + "0."},
+     .trace = times(9, "cpldid 0=0!-5 delay 1000") + " cpldid 0=2", .log = kIdsLine + "0."},
     {.name = "ChipIdAllTenFail", .faults = {{Op::CpldGetId, 10, -5}}, .call = CHIP_ID, .out = "-5",
-     .trace = driver_trace("cpldid 0=2", "cpldid 0=0!-5", 10), .log = "0:Get cpld chip id failed, ret(-5)"},
+     .trace = times(10, "cpldid 0=0!-5 delay 1000"), .log = "0:Get cpld chip id failed, ret(-5)"},
     {.name = "UpgNumFourthTry", .faults = {{Op::CpldSetNum, 3, -5}}, .call = BSP_CALL(BSP_SetCpldUpgNum(2)),
-     .trace = driver_trace("cpldnum 2", "cpldnum 2!-5", 3)},
+     .trace = times(3, "cpldnum 2!-5 delay 1000") + " cpldnum 2"},
     {.name = "UpgNumAllTenFail", .faults = {{Op::CpldSetNum, 10, -5}}, .call = BSP_CALL(BSP_SetCpldUpgNum(2)),
-     .out = "-5", .trace = driver_trace("cpldnum 2", "cpldnum 2!-5", 10), .log = "0:Set upgrade num failed(-5)"},
-    {.name = "ChipTypes", .call = chip_types, .out = "ok err ok 00 00 01 02 02 ee 01",
+     .out = "-5", .trace = times(10, "cpldnum 2!-5 delay 1000"), .log = "0:Set upgrade num failed(-5)"},
+    // An unknown id keeps its entry, spoils the result, and the walk goes on.
+    {.name = "ChipTypes",
+     .call = [](B &) {
+         return calls({BSP_CovertCpldType(kTypeIds, g, 5), BSP_CovertCpldType(kTypeIds + 5, g + 5, 2),
+                       BSP_CovertCpldType(nullptr, nullptr, 0)}, 7);
+     },
+     .out = "ok err ok 00 00 01 02 02 ee 01",
      .log = "1:Cpld(0) is anlu | 1:Cpld(1) is anlu | 1:Cpld(2) is lattice | 1:Cpld(3) is pango | "
             "1:Cpld(4) is pango | 0:Invalid cpld chip id(305419896) | 1:Cpld(1) is lattice"},
 };
