@@ -157,10 +157,9 @@ const CallCase kAccess[] = {
      .log = "0:pOut is null. | " + times(3, "0:Offset addr(0x0400) err.", " | ") + " | 0:Input bit_num error. | "
             "0:Offset is out of range. | 0:Input bitNum error, bitNum should be 0-7."},
     // The last register and bit pass; the length is not checked: the driver refuses the read.
-    {.name = "LastRegister", .call = BSP_CALL(BSP_ReadCpldBit(0x3FF, 7, g)), .trace = "rd 3ff&80=0"},
-    {.name = "LastBit", .call = BSP_CALL(BSP_WriteCpldBit(0x3FF, 7, 1)), .trace = "wr 3ff&80=1"},
-    {.name = "LengthIsNotChecked", .call = BSP_CALL(BSP_ReadCpldBytes(0x3FF, 4, g)), .out = "err",
-     .trace = "rd 3ff=00!bad", .log = "0:read cpld byte error."},
+    {.name = "LastRegisterAndBit",
+     .call = BSP_CALLS(BSP_ReadCpldBytes(0x3FF, 4, g), BSP_ReadCpldBit(0x3FF, 7, g), BSP_WriteCpldBit(0x3FF, 7, 1)),
+     .out = "err ok ok", .trace = "rd 3ff=00!bad rd 3ff&80=0 wr 3ff&80=1", .log = "0:read cpld byte error."},
     // The path functions called directly: the record the driver sees (the simulator refuses one
     // whose fixed fields are wrong), the bytes handed back and the failure's lines.
     // The read mask is cut to 8 bits: bit 8 asks for no bit at all, which the driver refuses.
@@ -186,19 +185,16 @@ const CallCase kAccess[] = {
      .log = "0:Get cpld1 obj handle fail, hdl=0, ret=-4"},
     // Up to five SPI attempts, 10 ms after every failed one, the last included; a multi-byte
     // read starts over from its first byte.
-    {.name = "SpiWriteFailsFiveTimes", .profile = "4u4c", .faults = {{Op::SpiWrite, 5, -7}},
-     .call = BSP_CALL(BSP_WriteCpldByte(0x13, 0x5A)), .out = "err", .trace = times(5, "swr 13=5a!-7 delay 10"),
-     .log = times(5, kWriteFailed, " | ")},
+    {.name = "SpiWriteReadAndBitWriteFailFiveTimes", .profile = "4u4c",
+     .faults = {{Op::SpiWrite, 5, -7}, {Op::SpiRead, 5, -7}, {Op::DflChipByteWrite, 5, -7}},
+     .call = BSP_CALLS(BSP_WriteCpldByte(0x13, 0x5A), BSP_ReadCpldBit(0x13, 0, g), BSP_WriteCpldBit(0x13, 1, 1)),
+     .out = "err err -7", .trace = times(5, "swr 13=5a!-7 delay 10") + " " + times(5, "srd 13=00!-7 delay 10") + " " +
+                                   times(5, "dfl_chip_bytewrite cpld1@13&02=01!-7 delay 10"),
+     .log = times(5, kWriteFailed, " | ") + " | " + times(5, kReadFailed, " | ")},
     {.name = "SpiReadSecondByteFailsOnce", .profile = "4u4c", .regs = {{0x13, 0x11}},
      .faults = {{Op::SpiRead, 1, -7, 0x14}}, .call = BSP_CALL(BSP_ReadCpldBytes(0x13, 3, g), 3), .out = "ok 11 00 00",
      .trace = "srd 13=11 srd 14=00!-7 delay 10 srd 13=11 srd 14=00 srd 15=00",
      .log = "0:Read cpld(0x14) byte error(-7). | 0:Read cpld(0x13) bytes(len=3) error."},
-    {.name = "SpiReadBitFailsFiveTimes", .profile = "4u4c", .faults = {{Op::SpiRead, 5, -7}},
-     .call = BSP_CALL(BSP_ReadCpldBit(0x13, 0, g)), .out = "err", .trace = times(5, "srd 13=00!-7 delay 10"),
-     .log = times(5, kReadFailed, " | ")},
-    {.name = "SpiBitWriteFailsFiveTimes", .profile = "4u4c", .faults = {{Op::DflChipByteWrite, 5, -7}},
-     .call = BSP_CALL(BSP_WriteCpldBit(0x13, 1, 1)), .out = "-7",
-     .trace = times(5, "dfl_chip_bytewrite cpld1@13&02=01!-7 delay 10")},
     // The debug writer reads once, without retries, and only its write retries.
     {.name = "SpiDebugWriteReadFails", .profile = "4u4c", .faults = {{Op::SpiRead, 1, -7}},
      .call = BSP_CALL(BSP_DegWriteCpldBit(0x13, 1, 1)), .out = "err", .trace = "srd 13=00!-7", .log = kReadFailed},
@@ -561,6 +557,9 @@ std::string self_test_addrs(B &)
     return std::to_string(st) + " " + hx(a[0]) + " " + hx(a[1]) + " " + hx(a[2]) + " " + hx(a[3]);
 }
 
+// CPLD 0's register echoing the writes of a self test.
+const std::string kEcho = "P12/2 wr 2=aa delay 50 rd 2=aa wr 2=55 delay 50 rd 2=55";
+
 const std::string kRangeLines = "0:Get cpldreg self test addr cpldId 3 is out of range. | "
                                 "0:Get cpldreg self test addr cpldId 0 is out of range.";
 
@@ -652,18 +651,21 @@ const CallCase kInventory[] = {
     {.name = "SelfTestAddrsBoard0A", .board = 0x0A, .call = self_test_addrs, .out = "3 02 0a 24a 1234",
      .log = kRangeLines},
     // The whole-board test under semaphore 12 (a 2 s wait at most).
-    {.name = "SelfTestHealthyBoardPasses", .call = BSP_CALL(BSP_CpldSelfTest()),
-     .trace = "P12/2 " + pat("2") + " " + pat("24a") + " V12"},
+    {.name = "SelfTestHealthyBoardPasses",
+     .call = BSP_CALLS(BSP_CpldSelfTest(), BSP_CpldSelfTestByOne(1), BSP_CpldSelfTestByOne(3)), .out = "ok ok err",
+     .trace = "P12/2 " + pat("2") + " " + pat("24a") + " V12 P12/2 " + pat("24a") + " V12",
+     .log = "0:Get cpldreg self test addr cpldId 3 is out of range."},
     {.name = "SelfTestThreeCpldBoardTestsItsThirdRegister", .board = 0x0A,
      .setup = [](B &b) { b.make_self_test(0x00A); },
      .call = BSP_CALL(BSP_CpldSelfTest()), .trace = "P12/2 " + pat("2") + " " + pat("a") + " " + pat("24a") + " V12"},
     // A register that echoes what was written is not a working test register.
-    {.name = "SelfTestEchoingRegisterFails", .setup = [](B &b) { b.script(Source::Register, 0x002, {0xAA, 0x55}); },
-     .call = BSP_CALL(BSP_CpldSelfTest()), .out = "err",
-     .trace = "P12/2 wr 2=aa delay 50 rd 2=aa wr 2=55 delay 50 rd 2=55 " + pat("24a") + " V12"},
+    {.name = "SelfTestEchoingRegisterFails",
+     .setup = [](B &b) { b.script(Source::Register, 0x002, {0xAA, 0x55, 0xAA, 0x55}); },
+     .call = BSP_CALLS(BSP_CpldSelfTest(), BSP_CpldSelfTestByOne(0)), .out = "err err",
+     .trace = kEcho + " " + pat("24a") + " V12 " + kEcho + " V12"},
     // Another process holds the lock, or no count is known: skipped, and reported as passed.
-    {.name = "SelfTestBusySemaphorePasses", .faults = {{Op::SemP, 1, -1, 12}}, .call = BSP_CALL(BSP_CpldSelfTest()),
-     .trace = "P12/2!-1"},
+    {.name = "SelfTestBusySemaphorePasses", .faults = {{Op::SemP, 2, -1, 12}},
+     .call = BSP_CALLS(BSP_CpldSelfTest(), BSP_CpldSelfTestByOne(0)), .out = "ok ok", .trace = "P12/2!-1 P12/2!-1"},
     {.name = "SelfTestUnknownCountPasses", .board = 0x81, .call = BSP_CALL(BSP_CpldSelfTest()), .trace = "P12/2 V12",
      .log = "0:BSP: Get cpld num fail. BoardId:0x81 | 0:Get CPLD Number fail![-1]"},
     // CPLD 0's first write fails, yet its read-backs look right: the loop stops there, and
@@ -679,15 +681,6 @@ const CallCase kInventory[] = {
     // A failing give is logged, not retried; the verdict still comes from the read-backs.
     {.name = "SelfTestFailingGiveStillPasses", .faults = {{Op::SemV, 1, -3, 12}}, .call = BSP_CALL(BSP_CpldSelfTest()),
      .trace = "P12/2 " + pat("2") + " " + pat("24a") + " V12!-3", .log = "2:Test cpld fail, ret=0, errorCode=-3."},
-    {.name = "SelfTestOneInvertingRegisterPasses", .call = BSP_CALL(BSP_CpldSelfTestByOne(1)),
-     .trace = "P12/2 " + pat("24a") + " V12"},
-    {.name = "SelfTestOneEchoingRegisterFails", .setup = [](B &b) { b.script(Source::Register, 0x002, {0xAA, 0x55}); },
-     .call = BSP_CALL(BSP_CpldSelfTestByOne(0)), .out = "err",
-     .trace = "P12/2 wr 2=aa delay 50 rd 2=aa wr 2=55 delay 50 rd 2=55 V12"},
-    {.name = "SelfTestOneBadIdTakesNothing", .call = BSP_CALL(BSP_CpldSelfTestByOne(3)), .out = "err",
-     .log = "0:Get cpldreg self test addr cpldId 3 is out of range."},
-    {.name = "SelfTestOneBusySemaphorePasses", .faults = {{Op::SemP, 1, -1, 12}},
-     .call = BSP_CALL(BSP_CpldSelfTestByOne(0)), .trace = "P12/2!-1"},
     {.name = "SelfTestOneFailingGiveStillPasses", .faults = {{Op::SemV, 1, -3, 12}},
      .call = BSP_CALL(BSP_CpldSelfTestByOne(0)), .trace = "P12/2 " + pat("2") + " V12!-3",
      .log = "2:Test cpld fail, ret=0, errorCode=-3."},
@@ -702,10 +695,9 @@ const CallCase kInventory[] = {
      .trace = "rd fb=10", .log = health_line("0xf", 0, 1, "0x10")},
     // A fault at the very first check equals the initial 0: nothing is logged.
     {.name = "HealthLowNibbleIsAFault", .regs = {{0xFB, 0x01}}, .call = HEALTH, .out = "0", .trace = "rd fb=01"},
-    {.name = "HealthHighNibbleIsAFaultOn5820", .board = 0x0A, .regs = {{0xFB, 0x10}}, .call = HEALTH, .out = "0",
-     .trace = "rd fb=10"},
-    {.name = "HealthCleanOn5820", .board = 0x0A, .call = HEALTH, .out = "1", .trace = "rd fb=00",
-     .log = health_line("0xff", 0, 1, "0x0")},
+    {.name = "HealthHighNibbleIsAFaultOn5820", .board = 0x0A, .regs = {{0xFB, 0x10}},
+     .call = [](B &b) { return bsptest::joined({HEALTH(b), (b.set_reg(0xFB, 0), HEALTH(b))}); }, .out = "0, 1",
+     .trace = "rd fb=10 rd fb=00", .log = health_line("0xff", 0, 1, "0x0")},
     {.name = "HealthSpiBoardFault", .profile = "4u4c", .regs = {{0xFB, 0x08}}, .call = HEALTH, .out = "0",
      .trace = "srd fb=08"},
     {.name = "HealthMiddleBoardWithoutReading", .board = 0x2D, .regs = {{0xFB, 0xFF}}, .call = HEALTH, .out = "1"},
