@@ -224,57 +224,53 @@ std::string arrays(B &b, OBJ_HANDLE h)
     return out + " " + b.property(kObject, "Data") + options(b) + " " + std::to_string(b.events(Op::DflGetProp).size());
 }
 
-// The array getter copies at most `Length` bytes into 8 bytes preset 0xEE.
-template <int32_t Length>
-std::string get_array(B &, OBJ_HANDLE h)
+// The array getter copies at most `length` bytes of `property` into 8 bytes preset 0xEE.
+std::string get_array(OBJ_HANDLE h, const char *property, int32_t length)
 {
     std::vector<uint8_t> buf(8, 0xEE);
-    std::string out = std::to_string(BSP_Get_property_ubyteArry(h, "Data", buf.data(), Length));
+    std::string out = std::to_string(BSP_Get_property_ubyteArry(h, property, buf.data(), length));
     for (uint8_t v : buf) out += " " + std::to_string(v);
     return out;
 }
 
 const DflCase kTextsAndArrays[] = {
-    {.name = "TextFitsExactly", .props = {{"Name", "'fan-board'"}}, .call = get_text<10>, .out = "0 fan-board0xxxxxx",
-     .log = kResult + "2:Sensor0 get property Name value fan-board succeed."},
-    {.name = "TextOneShort", .props = {{"Name", "'fan-board'"}}, .call = get_text<9>, .out = "-1 xxxxxxxxxxxxxxxx",
-     .log = kResult + "0:Sensor0 get property Name failed(size 9 is too small, string len is 9)."},
-    {.name = "TextSizeZeroWraps", .props = {{"Name", "'fan-board'"}}, .call = get_text<0>, .out = "0 xxxxxxxxx0xxxxxx",
-     .log = kResult + "0:Error: copy property string failed, result = " + std::to_string(EINVAL) +
-            ". | 2:Sensor0 get property Name value xxxxxxxxx succeed."},
+    // A failed copy is only logged: the read still counts as done. A refused read is -1, and an
+    // unknown handle is named "(null)".
+    {.name = "TextSizesAndFailures", .props = {{"Name", "'fan-board'"}},
+     .call = [](B &b, OBJ_HANDLE h) {
+         uint16_t v = 3;
+         int32_t rc = 0;
+         return bsptest::joined({get_text<10>(b, h), get_text<9>(b, h), get_text<0>(b, h),
+                                 (b.fail(Op::StrncpyS, 1, 150), get_text<32>(b, h)),
+                                 (b.fail(Op::DflGetProp, 1, 1234), get_text<16>(b, h)),
+                                 (rc = dfl_get_property_uint16(0, "Value", &v), std::to_string(rc)),
+                                 std::to_string(v)}, " | ");
+     },
+     .out = "0 fan-board0xxxxxx | -1 xxxxxxxxxxxxxxxx | 0 xxxxxxxxx0xxxxxx | 0 xxxxxxxxx0xxxxxx | "
+            "-1 xxxxxxxxxxxxxxxx | -2 | 3",
+     .log = kResult + "2:Sensor0 get property Name value fan-board succeed. | " + kResult +
+            "0:Sensor0 get property Name failed(size 9 is too small, string len is 9). | " + kResult +
+            "0:Error: copy property string failed, result = " + std::to_string(EINVAL) +
+            ". | 2:Sensor0 get property Name value xxxxxxxxx succeed. | " + kResult +
+            "0:Error: copy property string failed, result = 150. | "
+            "2:Sensor0 get property Name value xxxxxxxxx succeed. | 0:Sensor0 get property Name failed! result: 1234. "
+            "| 0:(null) get property Value failed! result: -2."},
     {.name = "TextEmptyInOneByte", .props = {{"Name", "''"}}, .call = get_text<1>, .out = "0 0xxxxxxxxxxxxxxx",
      .log = kResult + "2:Sensor0 get property Name value  succeed."},
-    // A failed copy is only logged: the read still counts as done.
-    {.name = "TextCopyFails", .props = {{"Name", "'fan-board'"}},
-     .call = [](B &b, OBJ_HANDLE h) { return b.fail(Op::StrncpyS, 1, 150), get_text<32>(b, h); },
-     .out = "0 xxxxxxxxx0xxxxxx",
-     .log = kResult + "0:Error: copy property string failed, result = 150. | "
-                      "2:Sensor0 get property Name value xxxxxxxxx succeed."},
-    {.name = "TextRefusedIsMinusOne", .props = {{"Name", "'fan-board'"}},
-     .call = [](B &b, OBJ_HANDLE h) { return b.fail(Op::DflGetProp, 1, 1234), get_text<16>(b, h); },
-     .out = "-1 xxxxxxxxxxxxxxxx",
-     .log = "0:Sensor0 get property Name failed! result: 1234."},
     // A value that is no text gives no text: released, -1, nothing more logged.
     {.name = "TextOfAByteIsMinusOne", .props = {{"Name", "byte 5"}}, .call = get_text<16>, .out = "-1 xxxxxxxxxxxxxxxx",
      .log = "2:Sensor0 get property Name result 0.", .complaints = {"g_variant_get_string"}},
-    // An unknown handle is named "(null)".
-    {.name = "UnknownHandle", .call = [](B &, OBJ_HANDLE) {
-         uint16_t v = 3;
-         const int32_t rc = dfl_get_property_uint16(0, "Value", &v);
-         return std::to_string(rc) + " " + std::to_string(v);
-     },
-     .out = "-2 3", .log = "0:(null) get property Value failed! result: -2."},
     {.name = "TextSetter", .props = {{"Name", "''"}}, .call = set_text,
      .out = "0 'fan board' | 9 | -1 'fan board' opt 0x0 opt 0x0",
      .log = "2:Sensor0 set property Name value fan board succeed. | "
             "0:Sensor0 set property Name value x failed! result: 9. | "
             "0:Sensor0 set property Name failed(buff is null)."},
-    {.name = "ArrayLongerPropertyCopiesLength", .props = {{"Data", "@ay [1, 2, 3, 4, 5, 6]"}}, .call = get_array<4>,
-     .out = "0 1 2 3 4 238 238 238 238"},
-    {.name = "ArrayShorterPropertyCopiesItsBytes", .props = {{"Data", "@ay [1, 2, 3]"}}, .call = get_array<6>,
-     .out = "0 1 2 3 238 238 238 238 238"},
-    {.name = "ArraySameLength", .props = {{"Data", "@ay [9, 8, 7, 6, 5, 4, 3, 2]"}}, .call = get_array<8>,
-     .out = "0 9 8 7 6 5 4 3 2"},
+    {.name = "ArrayCopiesTheShorterLength", .props = {{"A", "@ay [1, 2, 3, 4, 5, 6]"}, {"B", "@ay [1, 2, 3]"},
+                                                      {"C", "@ay [9, 8, 7, 6, 5, 4, 3, 2]"}},
+     .call = [](B &, OBJ_HANDLE h) {
+         return bsptest::joined({get_array(h, "A", 4), get_array(h, "B", 6), get_array(h, "C", 8)}, " | ");
+     },
+     .out = "0 1 2 3 4 238 238 238 238 | 0 1 2 3 238 238 238 238 238 | 0 9 8 7 6 5 4 3 2"},
     {.name = "ArrayFailures", .props = {{"Data", "@ay [1, 2]"}, {"Empty", "@ay []"}, {"Level", "byte 5"}},
      .call = arrays,
      .out = "51 -3 34 -1 -1 -2 22 7 | 0 [byte 0x01, 0x02, 0xff] -1 -1 -1 0 -1 [byte 0x01, 0x02, 0xff] "

@@ -7,13 +7,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bmc_bsp.h"
@@ -22,11 +26,6 @@
 namespace bsptest {
 
 inline constexpr uint32_t kErr = 0xFFFFFFFFu;
-
-// Levels of the debug log.
-inline constexpr int32_t kLogError = 0;
-inline constexpr int32_t kLogNotice = 1;
-inline constexpr int32_t kLogTrace = 2;
 
 inline std::string hex(uint32_t v)
 {
@@ -66,32 +65,6 @@ protected:
 
     bspsim::Board &sim() const { return *board_; }
 
-    // Debug-log lines, without the operation log.
-    std::vector<bspsim::LogLine> debug_logs() const
-    {
-        std::vector<bspsim::LogLine> out;
-        for (auto &l : board_->logs()) {
-            if (l.kind == bspsim::LogLine::Debug) out.push_back(l);
-        }
-        return out;
-    }
-
-    // "level:text" of every debug-log line, in order: compact to compare whole sequences.
-    std::vector<std::string> debug_texts() const
-    {
-        std::vector<std::string> out;
-        for (auto &l : debug_logs()) out.push_back(std::to_string(l.level) + ":" + l.text);
-        return out;
-    }
-
-    // How many debug-log lines have exactly this level and text.
-    size_t count_logs(int32_t level, const std::string &text) const
-    {
-        size_t n = 0;
-        for (auto &l : debug_logs()) n += l.level == level && l.text == text;
-        return n;
-    }
-
     std::vector<bspsim::Event> events(bspsim::Op op) const { return board_->events(op); }
     size_t count(bspsim::Op op) const { return board_->events(op).size(); }
 
@@ -99,11 +72,18 @@ protected:
     // optionally only some operations.
     std::string tr() const { return board_->transcript(); }
     std::string tr(std::initializer_list<bspsim::Op> only) const { return board_->transcript(only); }
-    // Every debug-log line as "level:text", joined with " | ": one string to compare.
+    // Every debug-log line (not the operation log) as "level:text", joined with " | ": one
+    // string to compare. A "(line:N)" naming the logging line itself reads "(line:SAME)", so
+    // that expectations survive edits that move the line.
     std::string log_line() const
     {
         std::string out;
-        for (auto &t : debug_texts()) out += (out.empty() ? "" : " | ") + t;
+        for (const auto &l : board_->logs()) {
+            if (l.kind != bspsim::LogLine::Debug) continue;
+            std::string text = l.text, line = "(line:" + std::to_string(l.line) + ")";
+            if (auto at = text.find(line); at != std::string::npos) text.replace(at, line.size(), "(line:SAME)");
+            out += (out.empty() ? "" : " | ") + std::to_string(l.level) + ":" + text;
+        }
         return out;
     }
     // Forgets what was recorded so far: the test then sees only the calls it makes.
@@ -139,28 +119,21 @@ void PrintTo(const T &value, std::ostream *os)
     *os << value.name;
 }
 
-}  // namespace bsptest
-
-// One test per row of `table`, each named after the row's `name`.
-#ifndef BSP_CASES
-#define BSP_CASES(prefix, suite, table)                                    \
-    INSTANTIATE_TEST_SUITE_P(prefix, suite, ::testing::ValuesIn(table), \
-                             [](const auto &info) { return std::string(info.param.name); })
-#endif
-
-// ---- CPLD, upgrade and framework helpers
-#include <algorithm>
-#include <cstdio>
-#include <functional>
-#include <utility>
-
-namespace bsptest {
 
 // `n` copies of `s` joined by `sep`: retries and per-byte sequences repeat themselves.
 inline std::string times(size_t n, const std::string &s, const char *sep = " ")
 {
     std::string out;
     for (size_t i = 0; i < n; ++i) out += (i ? sep : "") + s;
+    return out;
+}
+
+// Renderings of calls made in order (a braced list is evaluated left to right, unlike the
+// operands of +), joined by `sep`.
+inline std::string joined(std::initializer_list<std::string> parts, const char *sep = ", ")
+{
+    std::string out;
+    for (const std::string &p : parts) out += (out.empty() ? "" : sep) + p;
     return out;
 }
 
@@ -177,6 +150,16 @@ inline std::string res(uint32_t status, size_t n = 0)
     for (size_t i = 0; i < n; ++i) s += (std::snprintf(b, sizeof b, " %02x", g_out[i]), b);
     return s;
 }
+
+// Several calls' statuses in order (a braced list is evaluated left to right), then the first
+// `n` bytes of g_out: "err ok a5".
+inline std::string calls(std::initializer_list<uint32_t> statuses, size_t n = 0)
+{
+    std::string out;
+    for (uint32_t st : statuses) out += (out.empty() ? "" : " ") + res(st);
+    return out + res(0, n).substr(2);
+}
+#define BSP_CALLS(...) [](bspsim::Board &) { return bsptest::calls({__VA_ARGS__}); }
 
 // A call case's call: the library call `expr`, rendered by res() with the bytes named after it.
 #define BSP_CALL(expr, ...) [](bspsim::Board &) { return bsptest::res(expr __VA_OPT__(, ) __VA_ARGS__); }
@@ -228,7 +211,7 @@ protected:
     {
         EXPECT_EQ(GetParam().call(sim()), GetParam().out);
         EXPECT_EQ(bus(), GetParam().trace);
-        EXPECT_EQ(logs(), GetParam().log);
+        EXPECT_EQ(log_line(), GetParam().log);
     }
     // Bus transfers, chip writes, semaphores, delays and the CPLD driver's calls.
     std::string bus() const
@@ -237,19 +220,13 @@ protected:
         return tr({Op::LocalBusRead, Op::LocalBusWrite, Op::SpiRead, Op::SpiWrite, Op::DflChipByteWrite, Op::SemP,
                    Op::SemV, Op::Delay, Op::CpldGetId, Op::CpldSetNum});
     }
-    // log_line(), with a "(line:N)" that names the logging line itself written "(line:SAME)".
-    std::string logs() const
-    {
-        std::string out;
-        for (const auto &l : debug_logs()) {
-            std::string text = l.text, line = "(line:" + std::to_string(l.line) + ")";
-            if (auto at = text.find(line); at != std::string::npos) text.replace(at, line.size(), "(line:SAME)");
-            out += (out.empty() ? "" : " | ") + std::to_string(l.level) + ":" + text;
-        }
-        return out;
-    }
 };
 
 }  // namespace bsptest
+
+// One test per row of `table`, each named after the row's `name`.
+#define BSP_CASES(prefix, suite, table)                                    \
+    INSTANTIATE_TEST_SUITE_P(prefix, suite, ::testing::ValuesIn(table), \
+                             [](const auto &info) { return std::string(info.param.name); })
 
 #endif

@@ -1,5 +1,6 @@
 // Upgrade control: the upgrade-mode switch behind its write protect, the query of the mode, the
 // regulator upgrade bits and the firmware upgrade status bytes in the CPLD RAM.
+#include <array>
 #include <cstdint>
 #include <string>
 
@@ -35,12 +36,16 @@ void third_cpld(B &b)
     b.set_reg(0xEA, static_cast<uint8_t>(b.reg(0xEA) | 0x04));
 }
 
-// The modes of CPLDs 0, 1 and 2, each from its own bit only.
-std::string modes(B &)
+// The modes of CPLDs 0, 1 and 2 under a few register values, each from its own bit only.
+std::string modes(B &b)
 {
     std::string out;
-    for (uint8_t id = 0; id < 3; ++id) out += " " + res(BSP_GetCpldUpgradeMode(id, g), 1);
-    return out.substr(1);
+    for (auto [e9, d3] : {std::pair<uint8_t, uint8_t>{0xFA, 0xFE}, {0x01, 0}, {0, 0x01}, {0x04, 0}}) {
+        b.set_reg(0xE9, e9);
+        b.set_reg(0x1D3, d3);
+        for (uint8_t id = 0; id < 3; ++id) out += (out.empty() ? "" : " ") + res(BSP_GetCpldUpgradeMode(id, g), 1);
+    }
+    return out;
 }
 
 std::string regulators(B &)
@@ -122,18 +127,14 @@ const CallCase kMode[] = {
     {.name = "ModeTwoNeverReadsBack", .call = SET(0, 2), .out = "err",
      .trace = kLift + " " + times(3, "wr e9&01=2 delay 10 rd e9&01=1") + kClose,
      .log = "0:Write up_mode_reg(0xe9-bit0=2) fail, WpReg(0xea):bit0"},
-    {.name = "GetModeOfEachCpldFromItsOwnBitOnly", .regs = {{0xE9, 0xFA}, {0x1D3, 0xFE}}, .call = modes,
-     .out = "ok 00 ok 00 ok 00", .trace = "rd e9&01=0 rd 1d3&01=0 rd e9&04=0"},
-    {.name = "GetModeCpld0", .regs = {{0xE9, 0x01}}, .call = modes, .out = "ok 01 ok 00 ok 00",
-     .trace = "rd e9&01=1 rd 1d3&01=0 rd e9&04=0"},
-    {.name = "GetModeCpld1", .regs = {{0x1D3, 0x01}}, .call = modes, .out = "ok 00 ok 01 ok 00",
-     .trace = "rd e9&01=0 rd 1d3&01=1 rd e9&04=0"},
-    {.name = "GetModeCpld2", .regs = {{0xE9, 0x04}}, .call = modes, .out = "ok 00 ok 00 ok 01",
-     .trace = "rd e9&01=0 rd 1d3&01=0 rd e9&04=1"},
-    {.name = "GetModeOutOfRange", .call = BSP_CALL(BSP_GetCpldUpgradeMode(3, g), 1), .out = "err ee",
-     .log = "0:BSP: pUpgradeMode is null or CpldDevId(3) is out of range"},
-    {.name = "GetModeNull", .call = BSP_CALL(BSP_GetCpldUpgradeMode(1, nullptr)), .out = "err",
-     .log = "0:BSP: pUpgradeMode is null or CpldDevId(1) is out of range"},
+    {.name = "GetModeOfEachCpldFromItsOwnBitOnly", .call = modes,
+     .out = "ok 00 ok 00 ok 00 ok 01 ok 00 ok 00 ok 00 ok 01 ok 00 ok 00 ok 00 ok 01",
+     .trace = "rd e9&01=0 rd 1d3&01=0 rd e9&04=0 rd e9&01=1 rd 1d3&01=0 rd e9&04=0 rd e9&01=0 rd 1d3&01=1 rd e9&04=0 "
+              "rd e9&01=0 rd 1d3&01=0 rd e9&04=1"},
+    {.name = "GetModeRefused",
+     .call = [](B &) { return bsptest::calls({BSP_GetCpldUpgradeMode(3, g), BSP_GetCpldUpgradeMode(1, nullptr)}, 1); },
+     .out = "err err ee", .log = "0:BSP: pUpgradeMode is null or CpldDevId(3) is out of range | "
+                              "0:BSP: pUpgradeMode is null or CpldDevId(1) is out of range"},
     {.name = "GetModeReadFails", .regs = {{0xE9, 0x01}}, .faults = {{Op::LocalBusRead, 1, -1, 0xE9}},
      .call = BSP_CALL(BSP_GetCpldUpgradeMode(0, g), 1), .out = "err ee", .trace = "rd e9&01=0!-1",
      .log = kReadFail + " | 0:BSP: read cpld up_mode_reg(0xe9-bit0) fail"},
@@ -154,19 +155,14 @@ using Firmware = bsptest::SimTest;
 
 TEST_F(Firmware, StatusBytesAtTheirAddresses)
 {
-    const struct {
-        uint32_t fru, unit;
-        uint16_t addr;
-    } cases[] = {{0, 0, 0xD938}, {0, 27, 0xD953}, {1, 0, 0xD954}, {3, 0, 0xD955}, {3, 2, 0xD957},
-                 {5, 0, 0xD958}, {5, 2, 0xD95A}, {6, 0, 0xD95B}, {0, 28, 0xD954}, {3, 3, 0xD958}};
     known_board();
-    uint8_t status = 0x10;
-    for (const auto &c : cases) {
-        ++status;
-        uint8_t got = 0;
-        EXPECT_EQ(BSP_SetFwUpgradeStatusToCpldRam(c.fru, c.unit, status), 0u);
-        EXPECT_EQ(BSP_GetFwUpgradeStatusFromCpldRam(c.fru, c.unit, &got), 0u);
-        EXPECT_EQ(sim().ram(c.addr) << 8 | got, status << 8 | status) << c.fru << "/" << c.unit;
+    uint8_t status = 0x10, got = 0;
+    for (auto [fru, unit, addr] : {std::array<uint32_t, 3>{0, 0, 0xD938}, {0, 27, 0xD953}, {1, 0, 0xD954},
+                                   {3, 0, 0xD955}, {3, 2, 0xD957}, {5, 0, 0xD958}, {5, 2, 0xD95A}, {6, 0, 0xD95B},
+                                   {0, 28, 0xD954}, {3, 3, 0xD958}}) {
+        EXPECT_EQ(BSP_SetFwUpgradeStatusToCpldRam(fru, unit, ++status), 0u);
+        EXPECT_EQ(BSP_GetFwUpgradeStatusFromCpldRam(fru, unit, &got), 0u);
+        EXPECT_EQ(sim().ram(addr) << 8 | got, status << 8 | status) << fru << "/" << unit;
     }
     EXPECT_EQ(log_line(), "");
 }
