@@ -102,6 +102,19 @@ TEST_P(CpldVersion, RegistersOfTheBoardsRowAndTheirText)
 
 BSP_CASES(Versions, CpldVersion, kVersions);
 
+// Every low nibble of the main register names its version: (nibble / 4 + 1), (nibble % 4), "0".
+TEST_F(VerTest, EveryNormalVersionName)
+{
+    known_board(0x05);
+    sim().make_self_test(0x002);
+    for (uint8_t nibble = 0; nibble < 16; ++nibble) {
+        sim().set_reg(0x000, nibble);
+        char ver[16] = {};
+        ASSERT_EQ(BSP_GetCpldVersion(0, ver), 0u);
+        EXPECT_EQ(std::string(ver).substr(6, 3), std::to_string(nibble / 4 + 1) + std::to_string(nibble % 4) + "0");
+    }
+}
+
 // Refusals, and a board without a row: nothing written, no version string (which answers 0).
 TEST_F(VerTest, CpldVerRegRefusalsAndAnUnknownBoard)
 {
