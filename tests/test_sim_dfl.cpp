@@ -1,12 +1,13 @@
-// The simulated object framework as a platform: handles, typed values and who owns them,
-// class methods with their scripted answers and recorded inputs, block-access chips, and the
-// faults a test can arm. The library's wrappers are tested in test_dfl.cpp.
+// The simulated object framework as a platform: objects a profile declares, handles, typed
+// values and who owns them, class methods with their scripted answers and recorded inputs,
+// block-access chips, and the faults a test can arm. The library's wrappers are tested in test_dfl.cpp.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bspsim/sim.hpp"
@@ -16,201 +17,153 @@ namespace {
 
 using bspsim::Op;
 
-// Prints the values the framework handed out and releases them, as their owner does.
-std::vector<std::string> take_outputs(GSList *list)
+// Prints the values the framework handed out ("a, b") and releases them, as their owner does;
+// each was counted live until then.
+std::string take_outputs(GSList *list)
 {
-    std::vector<std::string> out;
-    for (GSList *l = list; l; l = l->next) {
-        gchar *t = g_variant_print(static_cast<GVariant *>(l->data), TRUE);
-        out.emplace_back(t);
-        g_free(t);
+    std::string out;
+    size_t live = bspsim::live_values(), n = 0;
+    for (GSList *l = list; l; l = l->next, ++n) {
+        g_autofree gchar *t = g_variant_print(static_cast<GVariant *>(l->data), TRUE);
+        out += (out.empty() ? "" : ", ") + std::string(t);
     }
     uip_free_gvariant_list(list);
+    EXPECT_EQ(live - bspsim::live_values(), n) << out;
     return out;
 }
 
-// Two fans; Fan0 has a stored Level and a hardware-only Pin.
+// A method called without inputs: its outputs, or "!CODE" when it fails (leaving them alone).
+std::string call(OBJ_HANDLE h, const char *method)
+{
+    GSList *out = reinterpret_cast<GSList *>(0x1);
+    if (int32_t rc = dfl_call_class_method(h, method, nullptr, nullptr, &out); rc != 0)
+        return out == reinterpret_cast<GSList *>(0x1) ? "!" + std::to_string(rc) : "!touched";
+    return take_outputs(out);
+}
+
+// Two fans of one class; Fan0 has a stored Level, a hardware-only Pin, a block and methods of
+// its own. The profile stays while the board lives: a reset reads it again.
 class SimDfl : public ::testing::Test {
 protected:
-    void SetUp() override
+    ~SimDfl() override { std::remove(profile_.c_str()); }
+    static std::string write_profile(const std::string &path)
     {
-        sim().set_property("Fan0", "Level", "byte 0x10");
-        sim().set_hardware_value("Fan0", "Pin", "byte 0x01");
+        std::ofstream(path) << "[profile]\nbase=default\n[class:Fan]\nmethod.GetPst=(byte 0x01,)\n[object:Fan1]\nclass=Fan\n"
+                               "[object:Fan0]\nclass=Fan\nLevel=byte 0x10\nhw.Pin=byte 0x01\nblock.Mcu=8 0x26 0x27\n"
+                               "method.GetWtdFlag=(uint32 0,)\nmethod.SetWtdFlag=()\n";
+        return path;
     }
-    bspsim::Board &sim() { return *board_; }
-
-    std::unique_ptr<bspsim::Board> board_ = bspsim::Board::create();
-    OBJ_HANDLE fan0_ = board_->add_object("Fan0", "Fan"), fan1_ = board_->add_object("Fan1", "Fan");
+    const std::string profile_ = write_profile("/tmp/dfl-profile-" + std::to_string(getpid()) + ".ini");
+    std::unique_ptr<bspsim::Board> board_ = bspsim::Board::create(profile_);
+    OBJ_HANDLE fan0_ = board_->handle_of("Fan0"), fan1_ = board_->handle_of("Fan1");
 };
 
-TEST_F(SimDfl, LooksObjectsUpAndFailsByHandle)
+TEST_F(SimDfl, PropertiesByHandleTypedAndOwnedByTheCaller)
 {
-    OBJ_HANDLE h = 0;
+    OBJ_HANDLE h = 0x77;
+    EXPECT_EQ(dfl_get_object_handle("NoSuchObject", &h), bspsim::kDflNoObject);
+    EXPECT_EQ(h, 0x77u);
     ASSERT_EQ(dfl_get_object_handle("Fan1", &h), 0);
     EXPECT_EQ(h, fan1_);
     EXPECT_STREQ(dfl_get_object_name(h), "Fan1");
-    h = 0x77;
-    EXPECT_EQ(dfl_get_object_handle("NoSuchObject", &h), bspsim::kDflNoObject);
-    EXPECT_EQ(h, 0x77u);
     EXPECT_EQ(dfl_get_object_name(0), nullptr);
-    EXPECT_EQ(sim().transcript(), "dfl_get_handle Fan1 dfl_get_name Fan1 dfl_get_handle NoSuchObject!-2 dfl_get_name!-2");
-
-    // Faults are keyed by the handle's low 32 bits.
-    sim().clear_events();
-    sim().fail(Op::DflGetProp, 1, 1234, static_cast<uint32_t>(fan0_));
-    GVariant *v = nullptr;
-    // Another object's call does not use the fault up.
+    // Faults are keyed by the handle's low 32 bits: another object's call does not use one up.
+    board_->fail(Op::DflGetProp, 1, 1234, static_cast<uint32_t>(fan0_));
+    GVariant *v = nullptr, *stored = nullptr, *hw = nullptr;
     EXPECT_EQ(dfl_get_property_value(fan1_, "Level", &v), bspsim::kDflNoProperty);
     EXPECT_EQ(dfl_get_property_value(fan0_, "Level", &v), 1234);
     EXPECT_EQ(v, nullptr);
     ASSERT_EQ(dfl_get_property_value(fan0_, "Level", &v), 0);
-    EXPECT_EQ(take_outputs(g_slist_append(nullptr, v)).at(0), "byte 0x10");
-    EXPECT_EQ(sim().transcript(), "dfl_get_prop Fan1.Level!-3 dfl_get_prop Fan0.Level!1234 dfl_get_prop Fan0.Level");
-    EXPECT_EQ(sim().events().at(1).flags, bspsim::kFlagInjected);
-}
+    EXPECT_EQ(take_outputs(g_slist_append(nullptr, v)), "byte 0x10");
+    EXPECT_EQ(board_->transcript(), "dfl_get_handle NoSuchObject!-2 dfl_get_handle Fan1 dfl_get_name Fan1 dfl_get_name!-2 "
+                                    "dfl_get_prop Fan1.Level!-3 dfl_get_prop Fan0.Level!1234 dfl_get_prop Fan0.Level");
 
-TEST_F(SimDfl, GettersHandOutAReferenceSetterTakesNoneOrRefuses)
-{
-    ASSERT_EQ(bspsim::live_values(), 0u);
-    GVariant *stored = nullptr, *hw = nullptr;
+    // Getters hand out a reference of the caller's own; the setter takes none, or refuses.
     ASSERT_EQ(dfl_get_property_value(fan0_, "Level", &stored) | dfl_get_hardware_value(fan0_, "Pin", &hw, 64), 0);
     EXPECT_FALSE(g_variant_is_floating(stored));
-    EXPECT_EQ(bspsim::live_values(), 2u);
-    // The count follows the last reference, not the first release.
     GVariant *extra = g_variant_ref(stored);
+    EXPECT_EQ(bspsim::live_values(), 2u);
     g_variant_unref(stored);
     g_variant_unref(hw);
-    EXPECT_EQ(bspsim::live_values(), 1u);
+    EXPECT_EQ(bspsim::live_values(), 1u) << "the count follows the last reference, not the first release";
     g_variant_unref(extra);
     EXPECT_EQ(bspsim::live_values(), 0u);
 
-    GVariant *v = g_variant_new_byte(0x21);
-    ASSERT_EQ(dfl_set_property_value(fan0_, "Level", v, 16), 0);
-    EXPECT_TRUE(g_variant_is_floating(v));
-    g_variant_unref(v);
-    EXPECT_EQ(sim().property("Fan0", "Level"), "byte 0x21");
-    EXPECT_EQ(sim().events(Op::DflGetHw).at(0).b + sim().events(Op::DflSetProp).at(0).b, 64u + 16u) << "options";
-
-    // Refusals, and a property with only a hardware source is written there.
+    // A property with only a hardware source is written there.
     struct Case { OBJ_HANDLE handle; const char *property, *value; int32_t result; };  // value nullptr: none
     for (const Case &c : std::vector<Case>{
+             {.handle = fan0_, .property = "Level", .value = "byte 0x21", .result = 0},
+             {.handle = fan0_, .property = "Pin", .value = "byte 0", .result = 0},
              {.handle = fan0_, .property = "Level", .value = "uint16 7", .result = bspsim::kDflTypeMismatch},
              {.handle = fan0_, .property = "Missing", .value = "byte 7", .result = bspsim::kDflNoProperty},
              {.handle = fan0_, .property = "Level", .value = nullptr, .result = bspsim::kDflBadValue},
              {.handle = 0, .property = "Level", .value = "byte 7", .result = bspsim::kDflNoObject},
          }) {
-        GVariant *v = c.value ? g_variant_parse(nullptr, c.value, nullptr, nullptr, nullptr) : nullptr;
-        EXPECT_EQ(dfl_set_property_value(c.handle, c.property, v, 0), c.result) << c.property << " " << (c.value ? c.value : "null");
+        GVariant *v = c.value ? g_variant_new_parsed(c.value) : nullptr;
+        EXPECT_EQ(dfl_set_property_value(c.handle, c.property, v, 16), c.result) << c.property << " " << (c.value ? c.value : "null");
+        EXPECT_TRUE(!v || g_variant_is_floating(v)) << "the setter took a reference";
         if (v) g_variant_unref(v);
     }
-    v = g_variant_ref_sink(g_variant_new_byte(0));
-    ASSERT_EQ(dfl_set_property_value(fan0_, "Pin", v, 16), 0);
-    g_variant_unref(v);
-    EXPECT_EQ(sim().property("Fan0", "Level") + sim().property("Fan0", "Missing") + sim().property("Fan0", "Pin"), "byte 0x21");
-    EXPECT_EQ(sim().hardware_value("Fan0", "Pin"), "byte 0x00");
+    EXPECT_EQ(board_->property("Fan0", "Level") + board_->property("Fan0", "Missing") + board_->property("Fan0", "Pin"), "byte 0x21");
+    EXPECT_EQ(board_->hardware_value("Fan0", "Pin"), "byte 0x00");
+    EXPECT_EQ(board_->events(Op::DflGetHw).at(0).b + board_->events(Op::DflSetProp).at(0).b, 64u + 16u) << "options";
 }
 
-TEST_F(SimDfl, ObjectThenClassMethodScriptedThenStandingElseRefused)
+TEST_F(SimDfl, MethodsAnswerObjectThenClassScriptedThenStandingAndRecordInputs)
 {
-    sim().set_class_method("Fan", "GetPst", "(byte 0x01,)");
-    sim().set_method("Fan1", "GetPst", "(byte 0x00, uint32 7)");
-    GSList *out0 = nullptr, *out1 = nullptr;
-    ASSERT_EQ(dfl_call_class_method(fan0_, "GetPst", nullptr, nullptr, &out0), 0);
-    ASSERT_EQ(dfl_call_class_method(fan1_, "GetPst", nullptr, nullptr, &out1), 0);
-    EXPECT_EQ(bspsim::live_values(), 3u);
-    EXPECT_EQ(take_outputs(out0), std::vector<std::string>{"byte 0x01"});
-    EXPECT_EQ(take_outputs(out1), (std::vector<std::string>{"byte 0x00", "uint32 7"}));
-    EXPECT_EQ(bspsim::live_values(), 0u);
-    EXPECT_EQ(sim().events().at(1).value, 2u) << "outputs answered";
-    GSList *out = nullptr;
-    EXPECT_EQ(dfl_call_class_method(fan0_, "GetFanInfo", nullptr, nullptr, &out), bspsim::kDflNoMethod);
-    EXPECT_EQ(dfl_call_class_method(0, "GetPst", nullptr, nullptr, &out), bspsim::kDflNoObject);
-    EXPECT_EQ(out, nullptr);
-    EXPECT_THROW(sim().script_method("Fan0", "GetFanInfo", {"()"}), std::runtime_error);
-    EXPECT_THROW(sim().set_method("Fan0", "GetPst", "byte 1"), std::runtime_error);
-
-    sim().set_method("Fan0", "GetWtdFlag", "(uint32 0,)");
-    sim().script_method("Fan0", "GetWtdFlag", {"(uint32 1,)", "(uint32 2,)"});
-    std::string answers;
-    for (int i = 0; i < 4; ++i) {
-        ASSERT_EQ(dfl_call_class_method(fan0_, "GetWtdFlag", nullptr, nullptr, &out), 0);
-        answers += take_outputs(out).at(0) + " ";
-    }
-    EXPECT_EQ(answers, "uint32 1 uint32 2 uint32 0 uint32 0 ");
-}
-
-TEST_F(SimDfl, MethodCallsRecordInputsWithoutConsumingThem)
-{
-    sim().set_method("Fan0", "SetWtdFlag", "()");
     GVariant *flag = g_variant_new_byte(1);
     GSList *in = g_slist_append(g_slist_append(nullptr, flag), g_variant_ref_sink(g_variant_new_uint32(9)));
     ASSERT_EQ(dfl_call_class_method(fan0_, "SetWtdFlag", nullptr, in, nullptr), 0);
-    EXPECT_TRUE(g_variant_is_floating(flag));
+    EXPECT_TRUE(g_variant_is_floating(flag)) << "inputs are not consumed";
     uip_free_gvariant_list(in);
-    sim().fail(Op::DflCallMethod, 1, 55, static_cast<uint32_t>(fan0_));
-    GSList *out = reinterpret_cast<GSList *>(0x1);  // a failed call leaves it alone
-    EXPECT_EQ(dfl_call_class_method(fan0_, "SetWtdFlag", nullptr, nullptr, &out), 55);
-    EXPECT_EQ(out, reinterpret_cast<GSList *>(0x1));
 
+    board_->set_class_method("Fan", "GetSpeed", "(uint16 100,)");
+    board_->set_method("Fan1", "GetPst", "(byte 0x00, uint32 7)");
+    board_->script_method("Fan0", "GetWtdFlag", {"(uint32 1,)", "(uint32 2,)"});
+    EXPECT_THROW(board_->script_method("Fan0", "GetFanInfo", {"()"}), std::runtime_error);
+    EXPECT_THROW(board_->set_method("Fan0", "GetPst", "byte 1"), std::runtime_error);
+    board_->fail(Op::DflCallMethod, 1, 55, static_cast<uint32_t>(fan0_), 1);
+    std::string answers;
+    for (auto [h, method] : std::vector<std::pair<OBJ_HANDLE, const char *>>{{fan0_, "GetPst"}, {fan1_, "GetPst"},
+             {fan0_, "SetWtdFlag"}, {fan1_, "GetSpeed"}, {fan0_, "GetFanInfo"}, {0, "GetPst"}, {fan0_, "GetWtdFlag"}, {fan0_, "GetWtdFlag"},
+             {fan0_, "GetWtdFlag"}, {fan0_, "GetWtdFlag"}})
+        answers += call(h, method) + "; ";
+    EXPECT_EQ(answers, "byte 0x01; byte 0x00, uint32 7; !55; uint16 100; !-6; !-2; uint32 1; uint32 2; uint32 0; uint32 0; ");
     std::string calls;
-    for (const auto &c : sim().method_calls())
+    for (const auto &c : board_->method_calls())
         calls += c.object + "." + c.method + "(" + (c.inputs.empty() ? "" : c.inputs[0] + "," + c.inputs.back()) + ")=" + std::to_string(c.result) + " ";
-    EXPECT_EQ(calls, "Fan0.SetWtdFlag(byte 0x01,uint32 9)=0 Fan0.SetWtdFlag()=55 ");
-    EXPECT_EQ(sim().events().at(0).b, 2u) << "inputs given";
-    EXPECT_EQ(sim().transcript(), "dfl_call_method Fan0.SetWtdFlag dfl_call_method Fan0.SetWtdFlag!55");
+    EXPECT_EQ(calls, "Fan0.SetWtdFlag(byte 0x01,uint32 9)=0 Fan0.GetPst()=0 Fan1.GetPst()=0 Fan0.SetWtdFlag()=55 Fan1.GetSpeed()=0 "
+                     "Fan0.GetFanInfo()=-6 ?.GetPst()=-2 Fan0.GetWtdFlag()=0 Fan0.GetWtdFlag()=0 Fan0.GetWtdFlag()=0 Fan0.GetWtdFlag()=0 ");
+    EXPECT_EQ(std::make_pair(board_->events().at(0).b, board_->events().at(2).value), std::make_pair(2u, 2u)) << "inputs, outputs";
+    board_->reset();
+    EXPECT_TRUE(board_->method_calls().empty());
+    EXPECT_EQ(call(fan1_, "GetPst") + "; " + call(fan0_, "GetWtdFlag"), "byte 0x01; uint32 0") << "the profile's answers again";
 }
 
 TEST_F(SimDfl, BlocksMoveBytesAtAnOffsetOrLeaveEverythingAlone)
 {
-    sim().set_block("Fan0", "Mcu", {0x10, 0x11, 0x12, 0x13, 0x14, 0x15});
-    uint8_t buf[4] = {0xEE, 0xEE, 0xEE, 0xEE};
-    ASSERT_EQ(dfl_block_read(fan0_, "Mcu", 2, 3, buf), 0);
-    EXPECT_EQ(std::vector<uint8_t>(buf, buf + 4), (std::vector<uint8_t>{0x12, 0x13, 0x14, 0xEE}));
-    const uint8_t data[2] = {0xA1, 0xA2};
-    ASSERT_EQ(dfl_block_write(fan0_, "Mcu", 4, 2, data), 0);
-    EXPECT_EQ(sim().block("Fan0", "Mcu"), (std::vector<uint8_t>{0x10, 0x11, 0x12, 0x13, 0xA1, 0xA2}));
-
-    sim().set_block("Fan0", "Mcu", {1, 2, 3, 4});
-    sim().fail(Op::DflBlockWrite, 1, 66, static_cast<uint32_t>(fan0_));
-    std::vector<int32_t> results;
+    EXPECT_EQ(board_->block("Fan0", "Mcu"), (std::vector<uint8_t>{0x26, 0x27, 0, 0, 0, 0, 0, 0})) << "as the profile declares";
+    board_->set_block("Fan0", "Mcu", {10, 11, 12, 13, 14, 15});
+    board_->fail(Op::DflBlockWrite, 1, 66, static_cast<uint32_t>(fan0_), 1);
     struct Case { bool write; const char *property; uint32_t offset, length; };
-    for (const Case &c : std::vector<Case>{{.write = true, .property = "Mcu", .offset = 0, .length = 2},
-                                           {.write = false, .property = "Mcu", .offset = 3, .length = 2},
-                                           {.write = true, .property = "Mcu", .offset = 5, .length = 0},
+    std::string read;
+    for (const Case &c : std::vector<Case>{{.write = false, .property = "Mcu", .offset = 2, .length = 3},
+                                           {.write = true, .property = "Mcu", .offset = 4, .length = 2},
+                                           {.write = true, .property = "Mcu", .offset = 0, .length = 2},
+                                           {.write = false, .property = "Mcu", .offset = 5, .length = 2},
+                                           {.write = true, .property = "Mcu", .offset = 7, .length = 0},
                                            {.write = false, .property = "Other", .offset = 0, .length = 1}}) {
-        uint8_t b[4] = {9, 9, 9, 9};
-        results.push_back(c.write ? dfl_block_write(fan0_, c.property, c.offset, c.length, b)
-                                  : dfl_block_read(fan0_, c.property, c.offset, c.length, b));
-        EXPECT_EQ(b[0], 9);
+        uint8_t b[4] = {1, 2, 0, 0};
+        c.write ? dfl_block_write(fan0_, c.property, c.offset, c.length, b) : dfl_block_read(fan0_, c.property, c.offset, c.length, b);
+        for (uint8_t x : b) read += std::to_string(x) + ",";
+        read.back() = ' ';
     }
-    EXPECT_EQ(results, (std::vector<int32_t>{66, bspsim::kDflOutOfRange, bspsim::kDflOutOfRange, bspsim::kDflNoProperty}));
-    EXPECT_EQ(sim().block("Fan0", "Mcu"), (std::vector<uint8_t>{1, 2, 3, 4}));
-    EXPECT_EQ(sim().transcript({Op::DflBlockRead, Op::DflBlockWrite}),
-              "dfl_block_read Fan0.Mcu@2+3 dfl_block_write Fan0.Mcu@4+2 dfl_block_write Fan0.Mcu@0+2!66 "
-              "dfl_block_read Fan0.Mcu@3+2!bad dfl_block_write Fan0.Mcu@5+0!bad dfl_block_read Fan0.Other@0+1!-3");
-}
-
-// A profile declares methods per object and per class, and blocks with their first bytes.
-TEST(SimDflProfile, DeclaresMethodsAndBlocks)
-{
-    std::string path = "/tmp/dfl-profile-" + std::to_string(getpid()) + ".ini";
-    std::ofstream(path) << "[profile]\nbase=default\n[class:Fan]\nmethod.GetPst=(byte 0x01,)\n"
-                           "[object:FanA]\nclass=Fan\nmethod.GetFanInfo=(byte 0, byte 23, byte 0, byte 0, byte 0, byte 0)\n"
-                           "block.Mcu=4 0x26 0x27\n";
-    auto board = bspsim::Board::create(path);
-    EXPECT_EQ(board->block("FanA", "Mcu"), (std::vector<uint8_t>{0x26, 0x27, 0, 0}));
-    OBJ_HANDLE h = board->handle_of("FanA");
-    GSList *out = nullptr;
-    ASSERT_EQ(dfl_call_class_method(h, "GetPst", nullptr, nullptr, &out), 0);
-    EXPECT_EQ(take_outputs(out), std::vector<std::string>{"byte 0x01"});
-    ASSERT_EQ(dfl_call_class_method(h, "GetFanInfo", nullptr, nullptr, &out), 0);
-    EXPECT_EQ(take_outputs(out).at(1), "byte 0x17");
-    // A reset goes back to the profile.
-    board->set_block("FanA", "Mcu", {1});
-    board->reset();
-    EXPECT_EQ(board->block("FanA", "Mcu").size(), 4u);
-    EXPECT_TRUE(board->method_calls().empty());
-    std::remove(path.c_str());
+    EXPECT_EQ(read, "12,13,14,0 1,2,0,0 1,2,0,0 1,2,0,0 1,2,0,0 1,2,0,0 ") << "read 3 bytes at 2, and nothing else";
+    EXPECT_EQ(board_->block("Fan0", "Mcu"), (std::vector<uint8_t>{10, 11, 12, 13, 1, 2}));
+    EXPECT_EQ(board_->transcript(), "dfl_block_read Fan0.Mcu@2+3 dfl_block_write Fan0.Mcu@4+2 dfl_block_write Fan0.Mcu@0+2!66 "
+                                    "dfl_block_read Fan0.Mcu@5+2!bad dfl_block_write Fan0.Mcu@7+0!bad dfl_block_read Fan0.Other@0+1!-3");
+    board_->reset();
+    EXPECT_EQ(board_->block("Fan0", "Mcu").size(), 8u) << "a reset goes back to the profile";
 }
 
 }  // namespace

@@ -1,11 +1,9 @@
 // Simulator instances: what a failed create or attach leaves behind (nothing), what it says (one
 // line naming the value), damaged state files, and platform calls on a board full of garbage.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/sem.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -26,25 +24,18 @@ std::vector<int> my_sem_sets()
 {
     std::vector<int> ids;
     std::ifstream f("/proc/sysvipc/sem");
-    long key = 0, id = 0;
-    for (std::string line; std::getline(f, line);) {
-        if (std::sscanf(line.c_str(), "%ld %ld", &key, &id) == 2 &&
-            static_cast<uint32_t>(key) >> 2 == (bspsim::kSemKeyTag << 22 | (static_cast<uint32_t>(getpid()) & 0x3FFFFF))) {
-            ids.push_back(static_cast<int>(id));
-        }
+    const uint32_t mine = bspsim::kSemKeyTag << 22 | (static_cast<uint32_t>(getpid()) & 0x3FFFFF);
+    f.ignore(1 << 12, '\n');
+    for (long key = 0, id = 0; f >> key >> id; f.ignore(1 << 12, '\n')) {
+        if (static_cast<uint32_t>(key) >> 2 == mine) ids.push_back(static_cast<int>(id));
     }
     return ids;
 }
 
-// What `fn` throws as bspsim::Error ("none" when it throws nothing).
-std::string error_of(const std::function<void()> &fn)
+// Writes `bytes` over `file` at `at` (counted from the end when negative).
+void overwrite(const fs::path &file, off_t at, const std::string &bytes)
 {
-    try {
-        fn();
-    } catch (const bspsim::Error &e) {
-        return e.what();
-    }
-    return "none";
+    std::fstream(file, std::ios::in | std::ios::out | std::ios::binary).seekp(at, at < 0 ? std::ios::end : std::ios::beg) << bytes;
 }
 
 // Every test works in its own scratch directory: the home of persistent boards, and TMPDIR.
@@ -72,7 +63,13 @@ protected:
     {
         if (c.env) setenv(c.env, c.value.c_str(), 1);
         if (!c.text.empty()) std::ofstream(c.profile) << c.text;
-        EXPECT_NE(error_of(call).find(c.says), std::string::npos) << c.says;
+        std::string said = "none";
+        try {
+            call();
+        } catch (const bspsim::Error &e) {
+            said = e.what();
+        }
+        EXPECT_NE(said.find(c.says), std::string::npos) << said;
         if (c.env) unsetenv(c.env);
         setenv("BSPSIM_HOME", home_.c_str(), 1);
     }
@@ -96,13 +93,11 @@ TEST_F(SimInstance, CreateRefusesWhatItCannotLoadAndLeavesNothingBehind)
          }) {
         expect_refused(c, [&] { bspsim::Board::create(c.profile); });
     }
-    EXPECT_TRUE(fs::is_empty(tmp_)) << "no directory or state.new left";
-    EXPECT_TRUE(my_sem_sets().empty());
+    EXPECT_TRUE(fs::is_empty(tmp_) && my_sem_sets().empty()) << "no directory, state.new or semaphore set left";
     auto board = bspsim::Board::create("smm");
     EXPECT_EQ(my_sem_sets().size(), 1u) << "what a create makes, its destroy takes away";
     board.reset();
-    EXPECT_TRUE(my_sem_sets().empty());
-    EXPECT_TRUE(fs::is_empty(tmp_));
+    EXPECT_TRUE(fs::is_empty(tmp_) && my_sem_sets().empty());
 }
 
 TEST_F(SimInstance, PersistentRefusalsNameTheValueAndTouchNothing)
@@ -122,11 +117,10 @@ TEST_F(SimInstance, PersistentRefusalsNameTheValueAndTouchNothing)
         expect_refused(c, [&] { bspsim::reset_persistent(c.profile); });
         if (c.attach_fails) expect_refused(c, [&] { bspsim::attach_persistent(c.profile); });
     }
-    EXPECT_TRUE(fs::equivalent(state, scratch_ / "kept")) << "the board was kept";
-    EXPECT_TRUE(fs::exists(home_ / "notes.txt"));
+    EXPECT_TRUE(fs::equivalent(state, scratch_ / "kept") && fs::exists(home_ / "notes.txt")) << "the board and others' files were kept";
     EXPECT_EQ(my_sem_sets().size(), 1u);
     fs::create_directories(home_ / "default");
-    EXPECT_NE(error_of([] { bspsim::reset_persistent("default"); }).find("is not a simulated board"), std::string::npos);
+    expect_refused({.says = "default is not a simulated board"}, [] { bspsim::reset_persistent("default"); });
     setenv("BSPSIM_PROFILE", "smm", 1);
     EXPECT_EQ(bspsim::attach_persistent(), state.parent_path()) << "BSPSIM_PROFILE names the profile";
 }
@@ -135,24 +129,17 @@ TEST_F(SimInstance, PersistentRefusalsNameTheValueAndTouchNothing)
 // marker names it).
 TEST_F(SimInstance, DamagedStateIsRebuiltAndSaidSo)
 {
-    struct Case {
-        off_t size = -1;  // the file is cut to this size (-1: kept)
-        off_t at = 0;     // where `word` is written (none when 0)
-        uint32_t word = 0;
-    };
-    for (const Case &c : std::vector<Case>{
-             {.size = 0},
-             {.size = 4096},
+    struct Damage { off_t size = -1, at = 0; uint32_t word = 0; };  // cut to `size` (-1: kept); `word` (0: none) at `at`
+    for (const Damage &c : std::vector<Damage>{
+             {.size = 0}, {.size = 4096},
              {.word = 0xDEADBEEF},     // magic
              {.at = 8, .word = 99},    // layout version
              {.at = 144, .word = ~0u}, // the lock's kind
          }) {
         fs::path state = fs::path(bspsim::attach_persistent("smm")) / "state";
-        const std::vector<int> old = my_sem_sets();
-        ASSERT_EQ(old.size(), 1u);
-        int fd = open(state.c_str(), O_RDWR);
-        EXPECT_TRUE((c.size < 0 || ftruncate(fd, c.size) == 0) && (!c.word || pwrite(fd, &c.word, 4, c.at) == 4));
-        close(fd);
+        ASSERT_EQ(my_sem_sets().size(), 1u);
+        if (c.size >= 0) fs::resize_file(state, c.size);
+        if (c.word) overwrite(state, c.at, std::string(reinterpret_cast<const char *>(&c.word), 4));
         testing::internal::CaptureStderr();
         bspsim::attach_persistent("smm");
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "bspsim: board state damaged, rebuilt from profile smm\n");
@@ -168,11 +155,8 @@ TEST_F(SimInstance, GarbageInTheBoardFailsCallsNotTheProcess)
 {
     auto board = bspsim::Board::create();
     fs::path state = fs::path(board->dir()) / "state";
-    std::string garbage(fs::file_size(state) / 5, '\xFF');
-    int fd = open(state.c_str(), O_RDWR);
-    EXPECT_EQ(pwrite(fd, garbage.data(), garbage.size(), static_cast<off_t>(fs::file_size(state) - garbage.size())),
-              static_cast<ssize_t>(garbage.size()));
-    close(fd);
+    const auto fifth = static_cast<off_t>(fs::file_size(state) / 5);
+    overwrite(state, -fifth, std::string(fifth, '\xFF'));
     CpldIdRequest id{.kind = 3, .index = 0, .reserved = {}, .count = 0, .ids = {}};
     EXPECT_EQ(cpld_get_id(&id), -1) << "a CPLD count beyond what the driver keeps";
     EXPECT_EQ(dfl_get_object_name(0x1000), nullptr);
