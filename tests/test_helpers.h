@@ -15,7 +15,6 @@
 #include <iterator>
 #include <memory>
 #include <ostream>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,9 +28,8 @@ inline constexpr uint32_t kErr = 0xFFFFFFFFu;
 
 inline std::string hex(uint32_t v)
 {
-    std::ostringstream s;
-    s << "0x" << std::hex << std::uppercase << v;
-    return s.str();
+    char b[12];
+    return std::string(b, static_cast<size_t>(std::snprintf(b, sizeof b, "0x%X", v)));
 }
 
 // Whole-file helpers for files the tests prepare or inspect.
@@ -87,11 +85,7 @@ protected:
         return out;
     }
     // Forgets what was recorded so far: the test then sees only the calls it makes.
-    void forget() const
-    {
-        board_->clear_events();
-        board_->clear_logs();
-    }
+    void forget() const { board_->clear_events(); board_->clear_logs(); }
     // Sets the board id (unless negative: as the profile has it), has the library read and cache
     // it (which logs a line and touches /dev/sys_info), then forgets the record.
     void known_board(int board_id = -1) const
@@ -114,11 +108,7 @@ class SimTestWithParam : public SimTest, public ::testing::WithParamInterface<T>
 // into the namespace of the tables with a using-declaration, so that gtest finds it.
 template <typename T>
     requires requires(const T &t) { t.name; }
-void PrintTo(const T &value, std::ostream *os)
-{
-    *os << value.name;
-}
-
+void PrintTo(const T &value, std::ostream *os) { *os << value.name; }
 
 // `n` copies of `s` joined by `sep`: retries and per-byte sequences repeat themselves.
 inline std::string times(size_t n, const std::string &s, const char *sep = " ")
@@ -169,8 +159,7 @@ struct Fault {
     bspsim::Op op;
     uint32_t count = 1;
     int32_t code = -1;
-    uint32_t key = bspsim::kAnyKey;
-    uint32_t skip = 0;
+    uint32_t key = bspsim::kAnyKey, skip = 0;
 };
 
 // One case of a family's calls: the board (profile, board id, registers, faults, anything else),
@@ -184,8 +173,7 @@ struct CallCase {
     std::function<void(bspsim::Board &)> setup = nullptr;
     std::function<std::string(bspsim::Board &)> call = nullptr;
     std::string out = "ok";
-    std::string trace = "";
-    std::string log = "";
+    std::string trace = "", log = "";
 };
 
 // Runs CallCases on a board whose id and the predicates the CPLD path choice asks are already

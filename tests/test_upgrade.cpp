@@ -1,8 +1,6 @@
 // Upgrade control: the upgrade-mode switch behind its write protect, the query of the mode, the
 // regulator upgrade bits and the firmware upgrade status bytes in the CPLD RAM.
 #include <array>
-#include <cstdint>
-#include <string>
 
 #include "bmc_bsp.h"
 #include "test_helpers.h"
@@ -11,7 +9,6 @@ namespace {
 
 using bspsim::Op;
 using bsptest::CallCase;
-using bsptest::kErr;
 using bsptest::res;
 using bsptest::times;
 using B = bspsim::Board;
@@ -65,27 +62,16 @@ const std::string kFail1 = "0:Write up_mode_reg(0xe9-bit0=1) fail, WpReg(0xea):b
 #define SET(id, mode) BSP_CALL(BSP_SetCpldUpgradeMode(id, mode))
 
 const CallCase kMode[] = {
-    // Into upgrade mode and back: protect lifted, mode written, read back 10 ms later, protect
-    // put back; the mode reads back through the query.
+    // Into upgrade mode: protect lifted, mode written, read back 10 ms later, protect put back;
+    // the mode reads back through the query.
     {.name = "Cpld0On", .call = set_mode<0, 1>, .out = "ok ok 01",
      .trace = kLift + " wr e9&01=1 delay 10 rd e9&01=1" + kClose + " rd e9&01=1", .log = kOk1},
-    {.name = "Cpld0Off", .regs = {{0xE9, 0x01}}, .call = set_mode<0, 0>, .out = "ok ok 00",
-     .trace = kLift + " wr e9&01=0 delay 10 rd e9&01=0" + kClose + " rd e9&01=0",
-     .log = "1:Write up_mode_reg(0xe9-bit0=0) ok, WpReg(0xea):bit0"},
     {.name = "Cpld1On", .call = set_mode<1, 1>, .out = "ok ok 01",
      .trace = "wr 1d4&01=0 wr 1d3&01=1 delay 10 rd 1d3&01=1 wr 1d4&01=1 rd 1d3&01=1",
      .log = "1:Write up_mode_reg(0x1d3-bit0=1) ok, WpReg(0x1d4):bit0"},
     {.name = "Cpld2On", .setup = third_cpld, .call = set_mode<2, 1>, .out = "ok ok 01",
      .trace = "wr ea&04=0 wr e9&04=1 delay 10 rd e9&04=1 wr ea&04=1 rd e9&04=1",
      .log = "1:Write up_mode_reg(0xe9-bit2=1) ok, WpReg(0xea):bit2"},
-    {.name = "Cpld2Off", .regs = {{0xE9, 0x04}}, .setup = third_cpld, .call = set_mode<2, 0>, .out = "ok ok 00",
-     .trace = "wr ea&04=0 wr e9&04=0 delay 10 rd e9&04=0 wr ea&04=1 rd e9&04=0",
-     .log = "1:Write up_mode_reg(0xe9-bit2=0) ok, WpReg(0xea):bit2"},
-    // Over SPI the bit writes go through the framework's chip write, where protection holds too.
-    {.name = "Cpld1OnOverSpi", .profile = "4u4c", .call = set_mode<1, 1>, .out = "ok ok 01",
-     .trace = "dfl_chip_bytewrite cpld1@1d4&01=00 dfl_chip_bytewrite cpld1@1d3&01=01 delay 10 srd 1d3=01 "
-              "dfl_chip_bytewrite cpld1@1d4&01=01 srd 1d3=01",
-     .log = "1:Write up_mode_reg(0x1d3-bit0=1) ok, WpReg(0x1d4):bit0"},
     {.name = "ProtectedBitIsNotWritten", .call = BSP_CALL(BSP_WriteCpldBit(0xE9, 0, 1)), .trace = "wr e9&01=1!wp"},
     {.name = "UnknownCpldIsRefusedSilently",
      .call = BSP_CALL(BSP_SetCpldUpgradeMode(3, 1) & BSP_SetCpldUpgradeMode(0xFF, 0)), .out = "err"},
@@ -102,27 +88,19 @@ const CallCase kMode[] = {
     {.name = "TwoReadBacksFail", .faults = {{Op::LocalBusRead, 2, -1, 0xE9}}, .call = SET(0, 1),
      .trace = kLift + " " + times(2, "wr e9&01=1 delay 10 rd e9&01=0!-1") + " wr e9&01=1 delay 10 rd e9&01=1" + kClose,
      .log = kReadFail + " | " + kReadFail + " | " + kOk1},
-    // The bit was set, but nothing ever read it back: reported as failed, protect restored.
-    {.name = "EveryReadBackFails", .faults = {{Op::LocalBusRead, 3, -1, 0xE9}}, .call = SET(0, 1), .out = "err",
-     .trace = kLift + " " + times(3, "wr e9&01=1 delay 10 rd e9&01=0!-1") + kClose,
-     .log = times(3, kReadFail, " | ") + " | " + kFail1},
-    // The bit does not stick: three writes 10 ms apart, then the failure line.
+    // The bit does not stick (a read-back that fails counts the same): three writes 10 ms apart,
+    // then the failure line; protect restored.
     {.name = "ModeBitReadsBackZero", .setup = [](B &b) { b.script(bspsim::Source::Register, 0xE9, {0, 0, 0}); },
      .call = SET(0, 1), .out = "err", .trace = kLift + " " + times(3, "wr e9&01=1 delay 10 rd e9&01=0") + kClose,
      .log = kFail1},
     {.name = "RestoringTheProtectFails", .faults = {{Op::LocalBusWrite, 1, -1, 0xEA, 1}}, .call = SET(0, 1),
      .out = "err", .trace = kLift + " wr e9&01=1 delay 10 rd e9&01=1 wr ea&01=1!-1",
      .log = kOk1 + " | 0:write add :ea  data: 1 cpld error. | " + kWpFail},
-    // Back to normal mode the read-back byte starts at 0, so a read that fails looks like
-    // success, and so do writes that all fail.
+    // Back to normal mode the read-back byte starts at 0, so a read that fails looks like success.
     {.name = "NormalModeTakesAFailedReadBackAsZero", .regs = {{0xE9, 0x01}},
      .faults = {{Op::LocalBusRead, 3, -1, 0xE9}}, .call = SET(0, 0),
      .trace = kLift + " wr e9&01=0 delay 10 rd e9&01=0!-1" + kClose,
      .log = kReadFail + " | 1:Write up_mode_reg(0xe9-bit0=0) ok, WpReg(0xea):bit0"},
-    {.name = "NormalModeWithEveryWriteFailingStillPasses", .regs = {{0xE9, 0x01}},
-     .faults = {{Op::LocalBusWrite, 3, -1, 0xE9}}, .call = SET(0, 0),
-     .trace = kLift + " " + times(3, "wr e9&01=0!-1") + kClose,
-     .log = times(3, "0:write add :e9  data: 0 cpld error. | " + kModeFail, " | ")},
     // A mode other than 0 or 1 sets the bit but never reads back equal.
     {.name = "ModeTwoNeverReadsBack", .call = SET(0, 2), .out = "err",
      .trace = kLift + " " + times(3, "wr e9&01=2 delay 10 rd e9&01=1") + kClose,
@@ -183,9 +161,8 @@ std::string fw_status(B &)
 
 std::string unsupported(const char *fru)
 {
-    return "0:Fru type " + std::string(fru) +
-           " is invalid, not support record upgrade status to cpld ram. | 0:Fru type " +
-           fru + " is invalid, not support read upgrade status from cpld ram. | ";
+    return "0:Fru type " + std::string(fru) + " is invalid, not support record upgrade status to cpld ram. | " +
+           "0:Fru type " + fru + " is invalid, not support read upgrade status from cpld ram. | ";
 }
 
 const CallCase kFirmware[] = {
