@@ -5,18 +5,13 @@
 #include <unistd.h>
 
 #include <bit>
-#include <cstdio>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "test_helpers.h"
 
 namespace {
 
-using bsptest::hex;
-using bsptest::kErr;
-using bsptest::PrintTo;
+using bsptest::hex, bsptest::kErr, bsptest::PrintTo;
 
 const auto *const kCheck = reinterpret_cast<const uint8_t *>("123456789");
 
@@ -92,7 +87,6 @@ TEST(Crc, RandomDataMatchesBitwiseAndChains)
 struct FirstUse { const char *name; void (*use)(); const char *filled; };
 
 const FirstUse kFirstUses[] = {
-    {.name = "crc8_with_data", .use = [] { BSP_CalCrc8(0, kCheck, 9); }, .filled = "8"},
     // CRC-8 builds its table before it looks at its arguments; CRC-16 returns on a null
     // pointer before the table is touched, but not on length 0.
     {.name = "crc8_null_data", .use = [] { BSP_CalCrc8(0x5A, nullptr, 4); }, .filled = "8"},
@@ -148,12 +142,6 @@ TEST(Crc, ChecksumBitCountAndParity)
     const uint8_t bytes[] = {0x01, 0x02, 0x03, 0xFF, 0xFF};
     EXPECT_EQ(hex(BSP_CheckSum8(bytes, 3) << 16 | BSP_CheckSum8(bytes + 3, 2) << 8 | BSP_CheckSum8(bytes, 0)), "0xFA0200");
     std::mt19937 rng(11);
-    for (size_t n : {1u, 7u, 256u, 1001u}) {
-        auto data = random_bytes(n, static_cast<uint32_t>(n) + 99);
-        unsigned sum = BSP_CheckSum8(data.data(), static_cast<uint32_t>(n));
-        for (uint8_t b : data) sum += b;
-        EXPECT_EQ(sum % 256, 0u) << "length " << n;
-    }
     std::string parity;
     for (auto [mode, value, bits] : {std::tuple{0, 0x81u, 8}, {0, 0x80u, 8}, {1, 0x80u, 8}, {1, 0x81u, 8},
                                      {0, 0xFFFFFFFFu, 0}, {1, 0u, 0}, {1, 1u, 0}, {0, 0x180u, 8}, {0, 0x180u, 9},
@@ -224,17 +212,12 @@ TEST_F(FileCrc, WholeFilesAndWindowsAgreeWithCksum)
 // and wanted), or a failing read: the failure value, with one line or none.
 TEST_F(FileCrc, FailuresAreLogged)
 {
-    int pipe_fds[2];
-    ASSERT_EQ(pipe(pipe_fds), 0);
-    fds_.insert(fds_.end(), {pipe_fds[0], pipe_fds[1]});
     int five = open_file("five", "12345"), big = open_file("big", std::string(65536 + 100, 'z'));
     fds_.push_back(::open(sim().dir().c_str(), O_RDONLY | O_DIRECTORY));
     const struct { int fd; uint32_t offset, len; std::string log; } cases[] = {
-        {-1, 17, 9, "0:Error: seek file offset 17 failed."}, {1000, 0, 9, "0:Error: seek file offset 0 failed."},
-        {pipe_fds[0], 4, 9, "0:Error: seek file offset 4 failed."}, {-1, 0xFFFFFFF0, 9, "0:Error: seek file offset -16 failed."},
-        {-1, 3, 0, "0:Error: seek file offset 3 failed."}, {five, 0, 0, ""}, {five, 5, 0, ""},
-        {five, 0, 9, "0:Read image error, iRdLen: 5, expect len: 9"}, {five, 3, 3, "0:Read image error, iRdLen: 2, expect len: 3"},
-        {five, 100, 4, "0:Read image error, iRdLen: 0, expect len: 4"},
+        {-1, 17, 9, "0:Error: seek file offset 17 failed."}, {-1, 3, 0, "0:Error: seek file offset 3 failed."},
+        {-1, 0xFFFFFFF0, 9, "0:Error: seek file offset -16 failed."}, {five, 0, 0, ""}, {five, 5, 0, ""},
+        {five, 3, 3, "0:Read image error, iRdLen: 2, expect len: 3"},
         {big, 0, 2 * 65536, "0:Read image error, iRdLen: 100, expect len: 65536"},
         {big, 50, 65536 + 51, "0:Read image error, iRdLen: 50, expect len: 51"},
         {fds_.back(), 0, 9, "0:Read image error, iRdLen: -1, expect len: 9"},

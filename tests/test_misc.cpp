@@ -3,15 +3,12 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <iterator>
-#include <string>
 
 #include "test_helpers.h"
 
 namespace {
 
-using bspsim::Op;
-using bsptest::PrintTo;
+using bspsim::Op, bsptest::PrintTo;
 
 // In the order they are flushed.
 const std::string kLogFiles[] = {"/var/log/zelm/app_debug_log", "/var/log/zelm/dfm_debug_log",

