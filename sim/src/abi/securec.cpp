@@ -34,40 +34,34 @@ int fail_string(char *dest, size_t destMax, int code)
 
 }  // namespace
 
+// memcpy_s and memmove_s differ only in whether overlapping buffers are refused: a refused copy
+// clears the whole destination, as the platform's functions do.
+namespace {
+int checked_copy(Op op, void *dest, size_t destMax, const void *src, size_t count, bool refuse_overlap)
+{
+    if (int32_t code = 0; Call(op, kAnyKey, {}, true).fault(&code)) return code;
+    if (!dest || destMax == 0) return kErrInvalid;
+    int rc = !src                                                                ? kErrInvalid
+             : count > destMax                                                   ? kErrRange
+             : refuse_overlap && count > 0 && overlaps(dest, count, src, count) ? kErrOverlap
+                                                                                 : 0;
+    if (rc != 0) {
+        std::memset(dest, 0, destMax);
+        return rc;
+    }
+    if (count > 0) std::memmove(dest, src, count);
+    return 0;
+}
+}  // namespace
+
 BSPSIM_API int memcpy_s(void *dest, size_t destMax, const void *src, size_t count)
 {
-    if (int32_t code = 0; Call(Op::MemcpyS, kAnyKey, {}, true).fault(&code)) return code;
-    if (!dest || destMax == 0) return kErrInvalid;
-    if (!src) {
-        std::memset(dest, 0, destMax);
-        return kErrInvalid;
-    }
-    if (count > destMax) {
-        std::memset(dest, 0, destMax);
-        return kErrRange;
-    }
-    if (count > 0 && overlaps(dest, count, src, count)) {
-        std::memset(dest, 0, destMax);
-        return kErrOverlap;
-    }
-    if (count > 0) std::memcpy(dest, src, count);
-    return 0;
+    return checked_copy(Op::MemcpyS, dest, destMax, src, count, true);
 }
 
 BSPSIM_API int memmove_s(void *dest, size_t destMax, const void *src, size_t count)
 {
-    if (int32_t code = 0; Call(Op::MemmoveS, kAnyKey, {}, true).fault(&code)) return code;
-    if (!dest || destMax == 0) return kErrInvalid;
-    if (!src) {
-        std::memset(dest, 0, destMax);
-        return kErrInvalid;
-    }
-    if (count > destMax) {
-        std::memset(dest, 0, destMax);
-        return kErrRange;
-    }
-    if (count > 0) std::memmove(dest, src, count);
-    return 0;
+    return checked_copy(Op::MemmoveS, dest, destMax, src, count, false);
 }
 
 BSPSIM_API int memset_s(void *dest, size_t destMax, int c, size_t count)

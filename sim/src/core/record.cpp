@@ -180,32 +180,34 @@ RecordMark record_mark()
     return RecordMark{core().event_count, core().log_count};
 }
 
+namespace {
+// The records of a ring from `mark` on (or from the oldest one it still holds), converted.
+template <typename Out, typename Rec, size_t N, typename Convert>
+std::vector<Out> ring_since(const Rec (&ring)[N], uint64_t count, uint64_t mark, Convert convert)
+{
+    std::vector<Out> out;
+    uint64_t first = std::max<uint64_t>(count > N ? count - N : 0, mark);
+    for (uint64_t i = first; i < count; ++i) out.push_back(convert(ring[i % N]));
+    return out;
+}
+}  // namespace
+
 std::vector<Event> events_since(const RecordMark &mark)
 {
     Lock lock;
-    const CoreState &c = core();
-    std::vector<Event> out;
-    uint64_t first = std::max(c.event_count > kMaxEvents ? c.event_count - kMaxEvents : 0, mark.events);
-    for (uint64_t i = first; i < c.event_count; ++i) {
-        const EventRec &r = c.events[i % kMaxEvents];
-        out.push_back(Event{r.seq, static_cast<Op>(r.op), r.pid, r.a, r.b, r.value, r.result, r.flags, r.len,
-                            r.time_ms, std::string(text(r.name))});
-    }
-    return out;
+    return ring_since<Event>(core().events, core().event_count, mark.events, [](const EventRec &r) {
+        return Event{r.seq, static_cast<Op>(r.op), r.pid, r.a, r.b, r.value, r.result, r.flags, r.len, r.time_ms,
+                     std::string(text(r.name))};
+    });
 }
 
 std::vector<LogLine> logs_since(const RecordMark &mark)
 {
     Lock lock;
-    const CoreState &c = core();
-    std::vector<LogLine> out;
-    uint64_t first = std::max(c.log_count > kMaxLogs ? c.log_count - kMaxLogs : 0, mark.logs);
-    for (uint64_t i = first; i < c.log_count; ++i) {
-        const LogRec &r = c.logs[i % kMaxLogs];
-        out.push_back(LogLine{static_cast<LogLine::Kind>(r.kind), r.level, std::string(text(r.file)), r.line,
-                              std::string(text(r.text))});
-    }
-    return out;
+    return ring_since<LogLine>(core().logs, core().log_count, mark.logs, [](const LogRec &r) {
+        return LogLine{static_cast<LogLine::Kind>(r.kind), r.level, std::string(text(r.file)), r.line,
+                       std::string(text(r.text))};
+    });
 }
 
 std::vector<Event> Board::events() const { return events_since(RecordMark{}); }

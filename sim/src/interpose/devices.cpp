@@ -118,15 +118,22 @@ std::string mapped_path(const char *path)
 using namespace bspsim;
 using namespace bspsim::detail;
 
+// The mode argument of an open-like call exists only when the flags create a file; it can only
+// be read inside the variadic function itself, hence a macro.
+#define BSPSIM_READ_MODE(flags, mode)             \
+    do {                                          \
+        if (needs_mode(flags)) {                  \
+            va_list ap;                           \
+            va_start(ap, flags);                  \
+            (mode) = va_arg(ap, unsigned);        \
+            va_end(ap);                           \
+        }                                         \
+    } while (0)
+
 BSPSIM_API int open(const char *path, int flags, ...)
 {
     unsigned mode = 0;
-    if (needs_mode(flags)) {
-        va_list ap;
-        va_start(ap, flags);
-        mode = va_arg(ap, unsigned);
-        va_end(ap);
-    }
+    BSPSIM_READ_MODE(flags, mode);
     bool handled = false;
     int fd = open_mapped(path, flags, mode, &handled);
     return handled ? fd : real_open(path, flags, mode);
@@ -135,12 +142,7 @@ BSPSIM_API int open(const char *path, int flags, ...)
 BSPSIM_API int open64(const char *path, int flags, ...)
 {
     unsigned mode = 0;
-    if (needs_mode(flags)) {
-        va_list ap;
-        va_start(ap, flags);
-        mode = va_arg(ap, unsigned);
-        va_end(ap);
-    }
+    BSPSIM_READ_MODE(flags, mode);
     bool handled = false;
     int fd = open_mapped(path, flags, mode, &handled);
     if (handled) return fd;
@@ -164,12 +166,7 @@ BSPSIM_API int __open64_2(const char *path, int flags)
 BSPSIM_API int openat(int dirfd, const char *path, int flags, ...)
 {
     unsigned mode = 0;
-    if (needs_mode(flags)) {
-        va_list ap;
-        va_start(ap, flags);
-        mode = va_arg(ap, unsigned);
-        va_end(ap);
-    }
+    BSPSIM_READ_MODE(flags, mode);
     if (path[0] == '/') {
         bool handled = false;
         int fd = open_mapped(path, flags, mode, &handled);
