@@ -453,6 +453,15 @@ BSP_API uint32_t BSP_GetFwUpgradeStatusFromCpldRam(uint32_t fruType, uint32_t un
  * `*state` is left as it was. A null `state` does nothing. */
 BSP_API uint32_t BSP_IsCpldUpgrading(uint8_t *state);
 
+/* ================================================================== power supplies */
+
+/* ====================================================================== board power */
+
+/* ================================================================= board services */
+
+/* Returns at once: the callers' register pulses last as long as the register writes take. */
+BSP_API void BSP_Delay1us(uint64_t microseconds);
+
 /* ================================================================= slot identification */
 
 /* Slot of this board (0..3). Not built yet: fails with 0xFFFFFFFF without touching anything. */
