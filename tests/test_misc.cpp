@@ -3,6 +3,7 @@
 // accessor. Also the interim enclosure, slot and fan-board calls, which answer a failure and
 // touch nothing yet.
 #include <signal.h>
+#include <unistd.h>
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -97,11 +98,27 @@ protected:
     }
 };
 
+// What `call` printed on standard output by the time it returned (unflushed text is not printed).
+std::string printed_by(const std::function<std::string()> &call, std::string *result)
+{
+    std::fflush(stdout);
+    FILE *file = std::tmpfile();
+    const int saved = dup(1);
+    dup2(fileno(file), 1);
+    *result = call();
+    std::string printed(256, '\0');
+    printed.resize(static_cast<size_t>(std::max<ssize_t>(0, pread(fileno(file), printed.data(), printed.size(), 0))));
+    std::fflush(stdout);
+    dup2(saved, 1);
+    close(saved);
+    std::fclose(file);
+    return printed;
+}
+
 TEST_P(Service, ShowsWhatItDid)
 {
-    testing::internal::CaptureStdout();
-    std::string out = GetParam().call(sim());
-    if (std::string printed = testing::internal::GetCapturedStdout(); !printed.empty()) out += " | out:" + printed;
+    std::string out;
+    if (std::string printed = printed_by([&] { return GetParam().call(sim()); }, &out); !printed.empty()) out += " | out:" + printed;
     EXPECT_EQ(out, GetParam().out);
     EXPECT_EQ(tr({Op::LocalBusRead, Op::LocalBusWrite, Op::SemP, Op::SemV, Op::Delay, Op::Change}), GetParam().trace);
     EXPECT_EQ(log_line() + oplog(), GetParam().log);

@@ -1,5 +1,4 @@
 // The board's UART switch: which port the BMC's serial console is routed to.
-#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 
@@ -21,18 +20,6 @@ constexpr uint32_t kUartSwitchReg = 0xEE;
 // Time the switch takes before the register shows the new port.
 constexpr uint32_t kSwitchSettleMs = 5;
 
-// The console of the calling process is where an engineer switching ports looks; the text goes
-// out at once, not when the process happens to flush.
-void console(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
-void console(const char *fmt, ...)
-{
-    va_list ap;
-    va_start(ap, fmt);
-    std::vprintf(fmt, ap);
-    va_end(ap);
-    std::fflush(stdout);
-}
-
 }  // namespace
 
 extern "C" {
@@ -41,7 +28,10 @@ int32_t BSP_ReadSwitchUartReg(uint8_t *port)
 {
     if (port == nullptr) return kErrS;
     if (BSP_ReadCpldBytes(kUartSwitchReg, 1, port) != kOk) {
-        console("read switch uart reg fail. \r\n");
+        // Also on the console of the calling process, at once: that is where an engineer
+        // switching ports looks.
+        std::fputs("read switch uart reg fail. \r\n", stdout);
+        std::fflush(stdout);
         return kErrS;
     }
     return kOkS;
@@ -50,7 +40,8 @@ int32_t BSP_ReadSwitchUartReg(uint8_t *port)
 int32_t BSP_SwitchUart(uint8_t port)
 {
     if (BSP_WriteCpldByte(kUartSwitchReg, port) != kOk) {
-        console("switch 0x%x fail. \r\n", port);
+        std::printf("switch 0x%x fail. \r\n", port);
+        std::fflush(stdout);
         BSP_LOG(kLogError, "BSP: switch uart to port(0x%x) fail.", port);
         return kErrS;
     }
