@@ -177,7 +177,8 @@ public:
     // CPLD register file and RAM, by the back door (nothing is recorded). Registers 0 to
     // 0x3FF. A RAM address is what the library puts on the window (0 to 0xFFFF); the RAM
     // decodes its low 13 bits, so the window shows the 8 KiB every 8 KiB. Anything else
-    // throws std::out_of_range.
+    // throws std::out_of_range. Bits a device model renders (LEDs, the UART switch, the PCIe
+    // cores, the SSD bits) read as that model's units and set them.
     uint8_t reg(uint32_t addr) const;
     void set_reg(uint32_t addr, uint8_t value);
     uint8_t ram(uint32_t addr) const;
