@@ -73,10 +73,6 @@ TEST_F(Interim, FailAndTouchNothing)
     EXPECT_EQ(tr() + log_line(), "");
 }
 
-}  // namespace
-
-namespace {
-
 using bsptest::CallCase, bsptest::Fault, bsptest::res;
 using B = bspsim::Board;
 uint8_t *const g = bsptest::g_out;
@@ -88,37 +84,26 @@ protected:
     std::string oplog() const
     {
         std::string out;
-        const std::regex head(R"(bmc_bsp_\w+\.cpp\(\d+\)\(\d+\): (.*))");
-        for (const auto &l : sim().logs()) {
-            std::smatch m;
-            if (l.kind != bspsim::LogLine::Operation) continue;
-            out += " | op" + std::to_string(l.level) + ":" + (std::regex_match(l.text, m, head) ? m[1].str() : "BAD " + l.text);
-        }
+        std::smatch m;
+        for (const auto &l : sim().logs())
+            if (l.kind == bspsim::LogLine::Operation)
+                out += " | op" + std::to_string(l.level) + ":" +
+                       (std::regex_match(l.text, m, std::regex(R"(bmc_bsp_\w+\.cpp\(\d+\)\(\d+\): (.*))")) ? m[1].str() : "BAD " + l.text);
         return out;
     }
 };
 
-// What `call` printed on standard output by the time it returned (unflushed text is not printed).
-std::string printed_by(const std::function<std::string()> &call, std::string *result)
+TEST_P(Service, ShowsWhatItDid)
 {
+    // What the call printed on standard output by the time it returned: unflushed text is not.
     std::fflush(stdout);
     FILE *file = std::tmpfile();
     const int saved = dup(1);
     dup2(fileno(file), 1);
-    *result = call();
-    std::string printed(256, '\0');
+    std::string out = GetParam().call(sim()), printed(256, '\0');
     printed.resize(static_cast<size_t>(std::max<ssize_t>(0, pread(fileno(file), printed.data(), printed.size(), 0))));
-    std::fflush(stdout);
-    dup2(saved, 1);
-    close(saved);
-    std::fclose(file);
-    return printed;
-}
-
-TEST_P(Service, ShowsWhatItDid)
-{
-    std::string out;
-    if (std::string printed = printed_by([&] { return GetParam().call(sim()); }, &out); !printed.empty()) out += " | out:" + printed;
+    std::fflush(stdout), dup2(saved, 1), close(saved), std::fclose(file);
+    if (!printed.empty()) out += " | out:" + printed;
     EXPECT_EQ(out, GetParam().out);
     EXPECT_EQ(tr({Op::LocalBusRead, Op::LocalBusWrite, Op::SemP, Op::SemV, Op::Delay, Op::Change}), GetParam().trace);
     EXPECT_EQ(log_line() + oplog(), GetParam().log);
@@ -133,10 +118,8 @@ std::string lit(uint32_t status, const B &b)
     return res(status) + on;
 }
 #define LEDS(expr) [](B &b) { return lit(expr, b); }
-void all_on(B &b)
-{
-    for (const auto &led : bspsim::leds(b)) bspsim::set_led(b, led.first, true);
-}
+void all_on(B &b) { for (const auto &led : bspsim::leds(b)) bspsim::set_led(b, led.first, true); }
+std::string close_board_leds(B &b) { return BSP_CloseBoardAlarmAndLocateLed(), lit(0, b); }
 Fault write_fails(uint32_t reg, uint32_t skip = 0) { return {.op = Op::LocalBusWrite, .key = reg, .skip = skip}; }
 const std::string kAllOn = " frame-locate frame-fault exp-all board-power board-alarm board-locate";
 const std::string kBoardOff = "wr 5f&04=0 led board-alarm off wr 5f&08=0 led board-locate off";
@@ -160,14 +143,13 @@ std::string switch_uart(B &b, uint8_t port)
 
 const CallCase kServices[] = {
     // LEDs: both board LEDs are always tried, and a failure of either is in the operation log.
-    {.name = "CloseBoardLeds", .setup = all_on, .call = [](B &b) { BSP_CloseBoardAlarmAndLocateLed(); return lit(0, b); },
+    {.name = "CloseBoardLeds", .setup = all_on, .call = close_board_leds,
      .out = "ok frame-locate frame-fault exp-all board-power", .trace = kBoardOff},
-    {.name = "CloseBoardLedsAlarmFails", .faults = {write_fails(0x5F)}, .setup = all_on,
-     .call = [](B &b) { BSP_CloseBoardAlarmAndLocateLed(); return lit(0, b); },
+    {.name = "CloseBoardLedsAlarmFails", .faults = {write_fails(0x5F)}, .setup = all_on, .call = close_board_leds,
      .out = "ok" + kAllOn.substr(0, kAllOn.find(" board-locate")), .trace = "wr 5f&04=0!-1 wr 5f&08=0 led board-locate off",
      .log = "0:write add :5f  data: 0 cpld error. | op0:BSP_CloseBoardAlarmAndLocateLed failed[BIT2:-1, BIT3:0]."},
     {.name = "CloseBoardLedsLocateFails", .faults = {write_fails(0x5F, 1)},
-     .call = [](B &b) { BSP_CloseBoardAlarmAndLocateLed(); return lit(0, b); }, .out = "ok board-power", .trace = "wr 5f&04=0 wr 5f&08=0!-1",
+     .call = close_board_leds, .out = "ok board-power", .trace = "wr 5f&04=0 wr 5f&08=0!-1",
      .log = "0:write add :5f  data: 0 cpld error. | op0:BSP_CloseBoardAlarmAndLocateLed failed[BIT2:0, BIT3:-1]."},
     {.name = "FrameLedsOn", .call = LEDS(BSP_SetframeLocalLed(1) | BSP_Setframefaultled(1) | BSP_ExpSetAllLedState(1)),
      .out = "ok frame-locate frame-fault exp-all board-power",
