@@ -134,7 +134,7 @@ TEST_F(SimInstance, DamagedStateIsRebuiltAndSaidSo)
              {.size = 0}, {.size = 4096},
              {.word = 0xDEADBEEF},     // magic
              {.at = 8, .word = 99},    // layout version
-             {.at = 144, .word = ~0u}, // the lock's kind
+             {.at = 208, .word = ~0u}, // the lock's kind
          }) {
         fs::path state = fs::path(bspsim::attach_persistent("smm")) / "state";
         ASSERT_EQ(my_sem_sets().size(), 1u);

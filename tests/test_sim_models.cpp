@@ -7,11 +7,13 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "bspsim/services.hpp"
 #include "bspsim/sim.hpp"
 #include "bspsim/tty.hpp"
 #include "platform/bus.h"
@@ -105,6 +107,30 @@ TEST(SimApi, RefusesWhatTheBoardDoesNotHave)
     EXPECT_EQ(board->ram(0x1FFF), 0x5A) << "the window shows the RAM every 8 KiB";
     EXPECT_THAT([&] { board->reg(0x400); },
                 testing::ThrowsMessage<std::out_of_range>(testing::StrEq("CPLD register 0x400 out of range (0 to 0x3FF)")));
+}
+
+// The small services' models: a profile states units, the registers render them, and neither
+// the profile nor the test API can name a unit the board does not have.
+TEST(SimServices, ProfilesStateUnitsAndNothingElse)
+{
+    auto with = [](const std::string &sections) {
+        const std::string ini = testing::TempDir() + "services.ini";
+        std::ofstream(ini) << "[profile]\nbase=arm-2u2c\n" << sections;
+        struct Gone { const std::string &path; ~Gone() { std::remove(path.c_str()); } } gone{ini};
+        return bspsim::Board::create(ini);
+    };
+    auto b = with("[leds]\nframe-fault=on\n[uart_switch]\nports=0, 5\nport=5\n[pcie]\ncores=off\n[ssd]\nrecorded=3, 9\n");
+    EXPECT_EQ((std::vector<uint8_t>{b->reg(0x13), b->reg(0x5F), b->reg(0xEE), b->reg(0xFF), b->reg(0x1B4), b->reg(0x1B5)}),
+              (std::vector<uint8_t>{0x04, 0x01, 5, 0, 0x08, 0x02}));
+    EXPECT_EQ(bspsim::uart_ports(*b), (std::vector<uint8_t>{0, 5}));
+    EXPECT_THROW(bspsim::set_uart_port(*b, 1), bspsim::Error);
+    EXPECT_THROW(bspsim::set_led(*b, "beacon", true), bspsim::Error);
+    EXPECT_THROW(bspsim::set_ssd_present(*b, bspsim::kSsdCount, true), std::out_of_range);
+    for (auto [sections, says] : {std::pair{"[leds]\nbeacon=on\n", "no LED named 'beacon'"},
+                                  {"[uart_switch]\nports=0, 1\nport=2\n", "port is not one of the switch's ports"},
+                                  {"[ssd]\npresent=32\n", "present: no SSD 32"}, {"[pcie]\ncores=half\n", "on or off"}}) {
+        EXPECT_THAT([&] { with(sections); }, testing::ThrowsMessage<bspsim::Error>(testing::HasSubstr(says)));
+    }
 }
 
 }  // namespace

@@ -459,8 +459,81 @@ BSP_API uint32_t BSP_IsCpldUpgrading(uint8_t *state);
 
 /* ================================================================= board services */
 
+/* LEDs (CPLD register 0x13: bit 0 enclosure locate, bit 2 enclosure fault, bit 5 all LEDs of an
+ * expansion enclosure; register 0x5F: bit 2 board alarm, bit 3 board locate). */
+
+/* Turns the board's alarm and locate LEDs off (0x5F bits 2 and 3 = 0), always trying both.
+ * A failure of either is written to the operation log with both statuses. */
+BSP_API void BSP_CloseBoardAlarmAndLocateLed(void);
+/* Sets all LEDs of an expansion enclosure to `state` (0 or 1). 0 on success; 0xFFFFFFFF for
+ * another state (nothing written) or a failed write, both logged. */
+BSP_API uint32_t BSP_ExpSetAllLedState(uint8_t state);
+/* Turns the enclosure locate LED on for `state` 1, off for any other value. 0, or -1 when the
+ * write fails (logged with the source line). */
+BSP_API int32_t BSP_SetframeLocalLed(uint8_t state);
+/* Turns the enclosure fault LED on for `state` 1, off for any other value. 0, or -1 when the
+ * write fails (logged with the source line). */
+BSP_API int32_t BSP_Setframefaultled(uint8_t state);
+
+/* Shell commands. */
+
+/* Runs `command` with system(3) under the default SIGCHLD disposition (so that a caller that
+ * ignores SIGCHLD still gets the status) and puts the caller's disposition back. Returns what
+ * system(3) returned: a wait status, or -1 when no child could be run or waited for. */
+BSP_API int32_t BSP_System(const char *command);
+/* Runs `command` with BSP_System up to three times, without a pause, until one run returns 0.
+ * 0 on success; -1 for a null `command`; otherwise the last run's result. */
+BSP_API int32_t BSP_Vos_System(const char *command);
+
+/* An IPMI message as the platform's message layer hands it over. Only the position of the data
+ * field (byte 112) is relied on; the bytes before it are the platform's own and not read. */
+typedef struct IpmiMsg {
+    uint8_t platformFields[112];
+    uint8_t data[1]; /* the first data byte; the message's data run on from here */
+} IpmiMsg;
+/* 0 and `*data` = the address of `msg`'s data field. 255 for a null `msg` (logged) or a null
+ * `data`; `*data` is then untouched. */
+BSP_API uint32_t BSP_CheckIpmiMsgValid(IpmiMsg *msg, uint8_t **data);
+
 /* Returns at once: the callers' register pulses last as long as the register writes take. */
 BSP_API void BSP_Delay1us(uint64_t microseconds);
+
+/* PCIe. */
+
+/* 1 when `model` is a valid PCIe/SAS model code (1 to 253), else 0. */
+BSP_API uint32_t BSP_bPcieorsasModelValid(uint8_t model);
+/* `operation` 2 holds both PCIe cores off (0xFF bits 0 and 1 = 0); 1 holds them off, waits
+ * 1 ms and enables both (bits = 1), stopping before the wait when holding off failed. Returns
+ * the OR of the statuses of the last pair of writes, or 0xFFFFFFFF for another operation
+ * (nothing written). */
+BSP_API uint32_t BSP_PCIeCoreOpt(uint32_t operation);
+/* 0 and `*model` = the PCIe/SAS model code kept in CPLD RAM byte 0xD90F when it is valid; -1
+ * (`*model` untouched) for a null `model`, an invalid code or a failed RAM read. */
+BSP_API int32_t BSP_GetPcieSasModelFromCpld(uint8_t *model);
+/* Keeps `model` in CPLD RAM byte 0xD90F (logged) unless it is stored there already. An
+ * invalid model is ignored. No result. */
+BSP_API void BSP_SetPcieSasModelToCpldRam(uint8_t model);
+
+/* UART switch (register 0xEE: the port the BMC's UART is routed to). */
+
+/* 0 and `*port` = the port the switch shows. -1 for a null `port` or a failed read (a line is
+ * then printed on standard output). */
+BSP_API int32_t BSP_ReadSwitchUartReg(uint8_t *port);
+/* Routes the BMC's UART to `port`. -1 when the switch register cannot be written (printed on
+ * standard output and logged). Otherwise 0, also when the read-back 5 ms later fails or shows
+ * another port: that is only logged. */
+BSP_API int32_t BSP_SwitchUart(uint8_t port);
+
+/* SSD online bits. The BMC records SSD n in bit n mod 8 of register 0x1B4 + n/8 on every
+ * enclosure; a 4U four-controller enclosure reads that record back, the others read the
+ * disks' own presence at 0x250 + n/8. */
+
+/* 0 and `*state` = the online bit of SSD `ssd`. -1 for a null `state`, when the board type
+ * cannot be read, or when the read fails outright. */
+BSP_API int32_t BSP_GetSSDOnlineStates(uint8_t ssd, uint8_t *state);
+/* Records SSD `ssd` as online (`value` 1) or not (0). -1 when the board type cannot be read;
+ * otherwise the status of the bit write. */
+BSP_API int32_t BSP_SetSSDOnlineStates(uint8_t ssd, uint8_t value);
 
 /* ================================================================= slot identification */
 

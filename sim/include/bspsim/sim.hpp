@@ -82,7 +82,8 @@ public:
     X(DalGetString, "dal_get_string")                                                         \
     X(GetUbootNum, "get_cur_uboot_num") /* value = boot-loader copy number answered */        \
     X(GetUbootVer, "get_uboot_ver")     /* a = boot-loader copy, name = version answered */   \
-    X(GetSdkVer, "get_sdk_ver")         /* a = first length, b = second length, name = first version */
+    X(GetSdkVer, "get_sdk_ver")         /* a = first length, b = second length, name = first version */ \
+    X(Change, "change")                 /* name = what a device model's unit did ("led frame-locate on") */
 
 enum class Op : uint32_t {
 #define BSPSIM_OP_ENUM(id, name) id,
@@ -176,7 +177,8 @@ public:
     // CPLD register file and RAM, by the back door (nothing is recorded). Registers 0 to
     // 0x3FF. A RAM address is what the library puts on the window (0 to 0xFFFF); the RAM
     // decodes its low 13 bits, so the window shows the 8 KiB every 8 KiB. Anything else
-    // throws std::out_of_range.
+    // throws std::out_of_range. Bits a device model renders (LEDs, the UART switch, the PCIe
+    // cores, the SSD bits) read as that model's units and set them.
     uint8_t reg(uint32_t addr) const;
     void set_reg(uint32_t addr, uint8_t value);
     uint8_t ram(uint32_t addr) const;
@@ -265,6 +267,7 @@ private:
 //   open sys_info  ioctl 80047306=52  ioctl:tty 540b=0  close sys_info
 //   P29  P29/2 (wait of 2 s)  V29  delay 10  cpldid 0=2  cpldnum 2  tcget tty  tcset tty ixon ixoff
 //   (the serial port's software flow control after the call)
+//   led frame-locate on  uart 2  pcie off       a unit of a device model changed (Op::Change)
 //   other calls: the operation's name and the event's name ("dfl_get_prop cpld1.LBus")
 // Suffixes: "!wp" a write that write protection or a read-only register blocked, "!bad" a
 // malformed request, "!unbal" a give without a take, "!CODE" a failed call (injected or not).

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "bspsim/sim.hpp"
 #include "core/registry.h"
@@ -135,6 +136,9 @@ void unlock_instance();
 // Lock held. Appends one event and returns it.
 EventRec &record(Op op, uint32_t a = 0, uint32_t b = 0, uint32_t value = 0, int32_t result = 0,
                  std::string_view name = {});
+// Lock held. Records a change of a device model's unit (Op::Change, "led frame-locate on"):
+// right after the event of the platform call that made it, or at once outside a call.
+void record_change(uint32_t a, uint32_t value, std::string_view text);
 // Lock held. True (and *value set) when a script has a value for this read.
 bool take_script(Source source, uint32_t key, uint32_t *value);
 void capture_log(LogLine::Kind kind, int32_t level, const char *file, int32_t line, const char *text);
@@ -180,10 +184,17 @@ public:
     bool injected = false;
 
 private:
+    friend void record_change(uint32_t a, uint32_t value, std::string_view text);
+    struct Change {
+        uint32_t a, value;
+        std::string text;
+    };
     Op op_;
     uint32_t key_;
     bool quiet_;
     bool locked_ = false;
+    Call *outer_;
+    std::vector<Change> changes_;
 };
 
 // Instances.

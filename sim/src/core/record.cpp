@@ -61,12 +61,31 @@ void capture_log(LogLine::Kind kind, int32_t level, const char *file, int32_t li
     set_text(r.text, text ? text : "");
 }
 
-Call::Call(Op op, uint32_t key, Rec rec_in, bool quiet) : rec(std::move(rec_in)), op_(op), key_(key), quiet_(quiet)
+namespace {
+thread_local Call *t_current_call = nullptr;
+}
+
+Call::Call(Op op, uint32_t key, Rec rec_in, bool quiet)
+    : rec(std::move(rec_in)), op_(op), key_(key), quiet_(quiet), outer_(t_current_call)
 {
+    t_current_call = this;
     relock();
 }
 
-Call::~Call() { unlock(); }
+Call::~Call()
+{
+    t_current_call = outer_;
+    unlock();
+}
+
+void record_change(uint32_t a, uint32_t value, std::string_view text)
+{
+    if (Call *c = t_current_call) {
+        c->changes_.push_back({a, value, std::string(text)});
+        return;
+    }
+    record(Op::Change, a, 0, value, 0, text);
+}
 
 void Call::unlock()
 {
@@ -112,6 +131,9 @@ int32_t Call::done(int32_t result)
     event = &record(op_, rec.a, rec.b, rec.value, result, rec.name);
     event->len = rec.len;
     event->flags = rec.flags;
+    // What the call changed follows the call itself.
+    for (const Change &ch : changes_) record(Op::Change, ch.a, 0, ch.value, 0, ch.text);
+    changes_.clear();
     return result;
 }
 

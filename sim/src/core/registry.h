@@ -18,7 +18,11 @@
     X(sem)               \
     X(firmware)          \
     X(dfl)               \
-    X(tty)
+    X(tty)               \
+    X(leds)              \
+    X(uart_switch)       \
+    X(pcie)              \
+    X(ssd)
 
 namespace bspsim::detail {
 

@@ -119,6 +119,20 @@ uint32_t spi_addr(const SpiRequest *req) { return req && req->cmd ? (uint32_t{re
 
 uint8_t stored(uint32_t addr) { return st().regs[addr]; }
 
+namespace {
+thread_local bool t_back_door = false;
+}
+
+bool back_door() { return t_back_door; }
+
+uint8_t rendered(uint32_t addr)
+{
+    const RegDef &d = st().map[addr];
+    uint8_t v = st().regs[addr];
+    if (const Model *m = hook_owner(d)) v = static_cast<uint8_t>((v & ~d.hook_bits) | (m->reg_read(addr) & d.hook_bits));
+    return v;
+}
+
 void hook(uint32_t addr, ModelId owner, uint8_t bits)
 {
     st().map[addr].hook_owner = static_cast<uint32_t>(owner);
@@ -131,9 +145,7 @@ uint8_t read(uint32_t addr)
     if (take_script(Source::Register, addr, &scripted)) return static_cast<uint8_t>(scripted);
     const RegDef &d = st().map[addr];
     if (d.kind == kSelfTest) return static_cast<uint8_t>(~st().last_written[addr]);
-    uint8_t v = st().regs[addr];
-    if (const Model *m = hook_owner(d)) v = static_cast<uint8_t>((v & ~d.hook_bits) | (m->reg_read(addr) & d.hook_bits));
-    return v;
+    return rendered(addr);
 }
 
 bool write(uint32_t addr, uint8_t value, uint8_t mask)
@@ -211,7 +223,7 @@ uint8_t Board::reg(uint32_t addr) const
 {
     check_range("CPLD register", addr, cpld::kRegs);
     Lock lock;
-    return cpld::stored(addr);
+    return cpld::rendered(addr);
 }
 
 void Board::set_reg(uint32_t addr, uint8_t value)
@@ -219,6 +231,13 @@ void Board::set_reg(uint32_t addr, uint8_t value)
     check_range("CPLD register", addr, cpld::kRegs);
     Lock lock;
     cpld::st().regs[addr] = value;
+    // Bits a model renders are that model's state: the back door sets them there, unrecorded.
+    const cpld::RegDef &d = cpld::st().map[addr];
+    if (const Model *m = cpld::hook_owner(d)) {
+        cpld::t_back_door = true;
+        m->reg_write(addr, value, d.hook_bits);
+        cpld::t_back_door = false;
+    }
 }
 
 void Board::map_register(const std::string &name, const std::string &definition)

@@ -14,8 +14,13 @@ inline constexpr uint32_t kRegs = 1024;
 // protection or a read-only register stopped some bit of it.
 uint8_t read(uint32_t addr);
 bool write(uint32_t addr, uint8_t value, uint8_t mask);
-// The stored byte, as the back door sees it.
+// The stored byte, without the bits models render.
 uint8_t stored(uint32_t addr);
+// The byte as the back door sees it: stored bits and the bits models render (no scripts).
+uint8_t rendered(uint32_t addr);
+// True while the test API's back door sets a register: a model's register write then changes
+// its state without recording the change.
+bool back_door();
 // The bits `bits` of `addr` are rendered by model `owner` through its register hooks.
 void hook(uint32_t addr, ModelId owner, uint8_t bits);
 

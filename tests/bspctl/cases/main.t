@@ -85,9 +85,13 @@ An empty name is refused before any board is looked for, so nothing in the home 
   commands:
     cpld       read and write CPLD registers
     crc32      checksum of a file, as cksum prints it
+    led        list, read or switch the enclosure and board LEDs
+    pcie       enable the PCIe cores or hold them off
     ram        dump and write the CPLD RAM
     sim        manage the simulated board (reset, profiles, where)
+    ssd        list, read or record the SSD online bits
     status     report what board this is
+    uart       print or switch the port the BMC's UART is routed to
     version    print the versions of the CPLDs, BMC, PCB, boot loader and SDK
   $ bspctl status --help
   usage: bspctl [-p PROFILE] [--json] status

@@ -23,6 +23,8 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
     dfl_get_ref cpld1.LBus
     dfl_get_name localbus
     wr 13=05
+    led frame-locate on
+    led frame-fault on
     dfl_get_handle cpld1
     dfl_get_ref cpld1.LBus
     dfl_get_name localbus
@@ -37,6 +39,7 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
     dfl_get_ref cpld1.LBus
     dfl_get_name localbus
     wr 13=06
+    led frame-locate off
     log 2 bmc_bsp_board.cpp:# get bmc boardid (0x5)
 
 ## write-protected
