@@ -85,8 +85,9 @@ An empty name is refused before any board is looked for, so nothing in the home 
   commands:
     cpld       read and write CPLD registers
     crc32      checksum of a file, as cksum prints it
+    psu        power supplies and backup battery (table, watch)
     ram        dump and write the CPLD RAM
-    sim        manage the simulated board (reset, profiles, where)
+    sim        manage the simulated board (reset, profiles, where, psu)
     status     report what board this is
     version    print the versions of the CPLDs, BMC, PCB, boot loader and SDK
   $ bspctl status --help
@@ -94,7 +95,8 @@ An empty name is refused before any board is looked for, so nothing in the home 
     Prints the board id, the board type (or why it is not known), the kind of
     enclosure and board the predicates report, the board-table rows of the id,
     the CPLD count, versions and health, and which controller boards of the
-    enclosure are present and have booted.
+    enclosure are present and have booted, and the state of the power supplies
+    and the backup battery.
 
 ## json-help
   $ bspctl --json --help | python3 -c 'import json, sys; print(list(json.load(sys.stdin)))'
