@@ -56,27 +56,29 @@ const CallCase kSupplies[] = {
      .trace = "rd d8=9f rd d9=99 rd d8=96 rd d9=99",
      .log = "0:Power0 alarm state invalid, alarmVal = 0xf, return last power alarm state:0. | " +
             change("alarm", 0, 0, 1)},
-    // The power-ok change prints the higher register first.
-    {.name = "OkGlitchAndChange", .setup = [](B &) { psu(1).glitch(1); psu(0).set_ok(false); },
+    // The power-ok change prints the higher register first (here one that could not be read).
+    {.name = "OkGlitchAndChange", .faults = {{Op::LocalBusRead, 1, -1, 0xDB, 1}}, .setup = [](B &) { psu(1).glitch(1); psu(0).set_ok(false); },
      .call = POLLS(BSP_GetPowerOkState(1, g), BSP_GetPowerOkState(0, g)), .out = "err ok 00",
-     .trace = "rd da=f6 rd db=66 rd da=96 rd db=66",
-     .log = "0:Power1 ok state invalid, psVal = 0xf, return last power ok state:1. | "
-            "1:Power0 ok state change from 1 to 0, reg(0xdb) val(0x66), reg(0xda) val(0x96)" + kFlush},
+     .trace = "rd da=f6 rd db=66 rd da=96 rd db=00!-1",
+     .log = "0:Power1 ok state invalid, psVal = 0xf, return last power ok state:1. | " + kReadFail +
+            "1:Power0 ok state change from 1 to 0, reg(0xdb) val(0x0), reg(0xda) val(0x96)" + kFlush},
     // Unread bytes count as 0 (an invalid code); an unread on register reads as all off.
     {.name = "FailedReadsCountAsZero", .faults = {{Op::LocalBusRead, 2}},
      .call = POLLS(BSP_GetPowerPresent(0, g), BSP_GetPowerOnState(1, g)), .out = "err ok 01",
      .trace = "rd d6=00!-1 rd d7=00!-1 rd d3=03",
      .log = kReadFail + kReadFail + "1:Power0 present state invalid, pstVal = 0x0, return last power present state:0."},
     {.name = "OnStateChange", .faults = {{Op::LocalBusRead, 1, -1, 0xD3}},
-     .call = POLLS(BSP_GetPowerOnState(1, g), BSP_GetPowerOnState(1, g)), .out = "ok ok 01",
-     .trace = "rd d3=00!-1 rd d3=03", .log = kReadFail + change("onoff", 1, 1, 0) + " | " + change("onoff", 1, 0, 1)},
+     .call = POLLS(BSP_GetPowerOnState(0, g), BSP_GetPowerOnState(0, g)), .out = "ok ok 01",
+     .trace = "rd d3=00!-1 rd d3=03", .log = kReadFail + change("onoff", 0, 1, 0) + " | " + change("onoff", 0, 0, 1)},
     {.name = "OutOfRangeTouchesNothing",
      .call = POLLS(BSP_GetPowerAlarmState(2, g), BSP_GetPowerPresent(0, nullptr), BSP_GetPowerOkState(2, nullptr),
                    BSP_GetPowerOnState(2, g), BSP_GetPowerOnState(0, nullptr), BSP_IsPowerSupply12V(2)),
      .out = "err err err err err ok 00"},
     {.name = "FourSupplies", .profile = "4u4c", .setup = [](B &) { psu(3).set_present(false); },
-     .call = POLLS(BSP_GetPowerNum(), BSP_GetPowerPresent(3, g), BSP_GetPowerPresent(4, g)), .out = "4 ok err 00",
-     .trace = "srd d6=99 srd d7=69"},
+     .call = POLLS(BSP_GetPowerNum(), BSP_GetPowerPresent(3, g), BSP_GetPowerPresent(4, g), BSP_GetPowerPresent(2, g),
+                   BSP_GetPowerAlarmState(2, g), BSP_GetPowerAlarmState(3, g)),
+     .out = "4 ok err ok ok ok 00", .trace = "srd d6=99 srd d7=69 srd d6=99 srd d7=69 srd d8=99 srd d9=99 srd d8=99 srd d9=99",
+     .log = change("present", 2, 0, 1)},
     {.name = "RegBits", .call = POLLS(BSP_GetPowerRegBits(0, 0x12, 0x34), BSP_GetPowerRegBits(1, 0x12, 0x34),
                                       BSP_GetPowerRegBits(2, 0x12, 0x34), BSP_GetPowerRegBits(3, 0x12, 0x34),
                                       BSP_GetPowerRegBits(4, 0xFF, 0xFF)),
@@ -117,11 +119,11 @@ std::string bbu_status(B &b)
 }
 std::string bbu_presence(B &b)
 {
-    const uint32_t present = BSP_GetBbuOnlineStates(0, g);
     b.script(bspsim::Source::Register, 0xF2, {0x3F});
-    const uint32_t glitch = BSP_GetReliabilityCpldBbuOnline(0, g + 1), failed = BSP_GetReliabilityCpldBbuOnline(0, g + 2);
+    const uint32_t glitch = BSP_GetReliabilityCpldBbuOnline(0, g), present = BSP_GetBbuOnlineStates(0, g + 1);
+    const uint32_t failed = BSP_GetReliabilityCpldBbuOnline(0, g + 2);
     bspsim::set_bbu({.present = false});
-    return calls({present, glitch, failed, BSP_GetReliabilityCpldBbuOnline(0, g + 3), BSP_GetReliabilityCpldBbuOnline(1, g + 4)}, 5);
+    return calls({glitch, present, failed, BSP_GetReliabilityCpldBbuOnline(0, g + 3), BSP_GetReliabilityCpldBbuOnline(1, g + 4)}, 5);
 }
 #define BBU_REFUSED BSP_CALL(BSP_GetBbuOnlineStates(0, g) | BSP_GetBbuOnlineStates(1, g) | BSP_GetBbuOnlineStates(0, nullptr), 1)
 // Supply 0 off and 1 not ok: board 0 tries every supply, board 1 stops at supply 2.
@@ -141,7 +143,7 @@ const CallCase kTwelveVolts[] = {
      .out = "1111", .trace = bsptest::times(4, "rd da=96 rd db=66 rd da=96 rd db=66 rd d3=02"), .log = "1:Power0 ok state change from 1 to 0, reg(0xdb) val(0x66), reg(0xda) val(0x96)" + kFlush},
     // Battery: the sum of both statuses is kept, so a failed read of a glitching code is -2.
     {.name = "BbuPresence", .faults = {{Op::LocalBusRead, 1, -1, 0xF2, 2}}, .call = bbu_presence,
-     .out = "ok err -2 ok err 01 01 01 00 00", .trace = "rd f2=09 rd f2=3f rd f2=00!-1 rd f2=06",
+     .out = "err ok -2 ok err 00 01 01 00 00", .trace = "rd f2=3f rd f2=09 rd f2=00!-1 rd f2=06",
      .log = "0:read cpld byte error."},
     {.name = "BbuRefusedOnSmm", .profile = "smm", .call = BBU_REFUSED, .out = "err ee"},
     {.name = "BbuRefusedOnExpansion", .profile = "exp-2u", .call = BBU_REFUSED, .out = "err ee"},
