@@ -238,7 +238,9 @@ void print_cplds_json(const Cplds &c)
 void print_power_text(const std::vector<SupplyReport> &supplies, const BbuReport &bbu)
 {
     std::string line;
-    for (const SupplyReport &s : supplies) line += (line.empty() ? "" : ", ") + std::to_string(s.index) + " " + supply_summary(s);
+    for (const SupplyReport &s : supplies) {
+        line += (line.empty() ? "" : ", ") + std::to_string(s.index) + " " + supply_summary(s);
+    }
     std::printf("\nsupplies:      %s\n", line.c_str());
     std::string presence = !bbu.presence_reported ? "" : bbu.present.value ? "present, " : "absent, ";
     std::printf("battery:       %s%s\n", presence.c_str(), bbu_status_text(bbu.status));

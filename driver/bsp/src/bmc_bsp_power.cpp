@@ -124,10 +124,9 @@ uint32_t query_nibble(const NibbleQuery &q, uint8_t psu, uint8_t *state)
     uint8_t second = 0;
     (void)BSP_ReadCpldBytes(q.first_reg, 1, &first);
     (void)BSP_ReadCpldBytes(q.first_reg + 1, 1, &second);
+    // A supply place a factory test frame does not wire reads absent, code or no code.
     uint8_t now = 0;
-    if (q.factory_frame_rule && psu != 0 && only_first_supply_wired()) {
-        now = 0;
-    } else {
+    if (!(q.factory_frame_rule && psu != 0 && only_first_supply_wired())) {
         const uint8_t code = BSP_GetPowerRegBits(psu, first, second);
         if (code != kCodeAsserted && code != kCodeOther) {
             // The last good state stands in, so a caller that ignores the status still sees a
@@ -270,7 +269,7 @@ uint32_t BSP_IgnoreAlarmForACDown(void)
 {
     if (!BSP_Is4U4CBoard()) return 0;
     // Statuses are not looked at: a glitch answers the last good state, which is what counts.
-    std::array<uint8_t, kMaxPsus> ok = {0, 0, 0, 0};
+    std::array<uint8_t, kMaxPsus> ok{};
     for (uint8_t psu = 0; psu < kMaxPsus; ++psu) (void)BSP_GetPowerOkState(psu, &ok[psu]);
     const bool side_b_down = ok[2] == 0 && ok[3] == 0;
     const bool side_a_down = ok[0] == 0 && ok[1] == 0;

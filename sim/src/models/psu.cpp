@@ -73,7 +73,10 @@ uint8_t render(uint32_t addr)
         return bits;
     }
     if (addr == kBbuPresenceReg) return code(st().bbu_present);
-    if (addr == kBbuStatusReg) return static_cast<uint8_t>(code(st().bbu_present) | (st().bbu_present && st().bbu_healthy ? kBbuHealthyBit : 0));
+    if (addr == kBbuStatusReg) {
+        const bool healthy = st().bbu_present && st().bbu_healthy;
+        return static_cast<uint8_t>(code(st().bbu_present) | (healthy ? kBbuHealthyBit : 0));
+    }
     // A register of a pair: the lower one holds supplies 0 and 1, the higher one 2 and 3.
     const uint32_t first = addr - (addr - kPresenceReg) % 2;
     const uint32_t n = (addr - first) * 2;
