@@ -6,11 +6,15 @@
 #include "bspsim/sim.hpp"
 
 namespace bspctl {
+
+int sim_psu(const Options &opts, const Args &args);  // cmd_psu.cpp
+
 namespace {
 
 int run(const Options &opts, const Args &args)
 {
-    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where", "sim");
+    if (!args.empty() && args[0] == "psu") return sim_psu(opts, Args(args.begin() + 1, args.end()));
+    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu", "sim");
     if (args[0] == "reset") {
         std::string dir = bspsim::reset_persistent(opts.profile);
         if (opts.json) {
@@ -38,14 +42,17 @@ int run(const Options &opts, const Args &args)
         }
         return 0;
     }
-    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where)", "sim");
+    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where|psu)", "sim");
 }
 
-const Register reg({"sim", "manage the simulated board (reset, profiles, where)",
+const Register reg({"sim", "manage the simulated board (reset, profiles, where, psu)",
                     "usage: bspctl [-p PROFILE] [--json] sim reset|profiles|where\n"
+                    "       bspctl [-p PROFILE] [--json] sim psu N present|absent|alarm|ok|fail|glitch [COUNT]\n"
                     "  reset     restore the board of PROFILE (or of BSPSIM_INSTANCE) from its profile\n"
                     "  profiles  list the shipped board profiles\n"
-                    "  where     print the directory of the simulated board\n",
+                    "  where     print the directory of the simulated board\n"
+                    "  psu       pull or insert supply N, raise its alarm, make it fail (no power-ok,\n"
+                    "            alarm) or ok again, or make its next COUNT (1) reads show an invalid code\n",
                     run});
 
 }  // namespace

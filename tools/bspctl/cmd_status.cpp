@@ -7,6 +7,7 @@
 
 #include "bmc_bsp.h"
 #include "bspctl.h"
+#include "psu_report.h"
 
 namespace bspctl {
 namespace {
@@ -232,21 +233,45 @@ void print_cplds_json(const Cplds &c)
                 c.healthy ? "true" : "false");
 }
 
+// ------------------------------------------------------- supplies and backup battery
+
+void print_power_text(const std::vector<SupplyReport> &supplies, const BbuReport &bbu)
+{
+    std::string line;
+    for (const SupplyReport &s : supplies) {
+        line += (line.empty() ? "" : ", ") + std::to_string(s.index) + " " + supply_summary(s);
+    }
+    std::printf("\nsupplies:      %s\n", line.c_str());
+    std::string presence = !bbu.presence_reported ? "" : bbu.present.value ? "present, " : "absent, ";
+    std::printf("battery:       %s%s\n", presence.c_str(), bbu_status_text(bbu.status));
+}
+
+void print_power_json(const std::vector<SupplyReport> &supplies, const BbuReport &bbu)
+{
+    std::printf(",\n  \"supplies\": [");
+    for (size_t i = 0; i < supplies.size(); ++i) std::printf("%s\n    %s", i ? "," : "", supply_json(supplies[i]).c_str());
+    std::printf("\n  ],\n  \"bbu\": %s", bbu_json(bbu).c_str());
+}
+
 int run(const Options &opts, const Args &args)
 {
     if (!args.empty()) return usage_error("status takes no arguments", "status");
     Report r = collect();
     Cplds cplds = collect_cplds();
     std::vector<CtrlBoard> ctrl_boards = collect_ctrl_boards();
+    const std::vector<SupplyReport> supplies = collect_supplies();
+    const BbuReport bbu = collect_bbu();
     if (opts.json) {
         print_json(r);
         print_cplds_json(cplds);
         print_ctrl_boards_json(ctrl_boards);
+        print_power_json(supplies, bbu);
         std::printf("\n}\n");
     } else {
         print_text(r);
         print_cplds_text(cplds);
         print_ctrl_boards_text(ctrl_boards);
+        print_power_text(supplies, bbu);
     }
     return 0;
 }
@@ -256,7 +281,8 @@ const Register reg({"status", "report what board this is",
                     "  Prints the board id, the board type (or why it is not known), the kind of\n"
                     "  enclosure and board the predicates report, the board-table rows of the id,\n"
                     "  the CPLD count, versions and health, and which controller boards of the\n"
-                    "  enclosure are present and have booted.\n",
+                    "  enclosure are present and have booted, and the state of the power supplies\n"
+                    "  and the backup battery.\n",
                     run});
 
 }  // namespace

@@ -455,6 +455,63 @@ BSP_API uint32_t BSP_IsCpldUpgrading(uint8_t *state);
 
 /* ================================================================== power supplies */
 
+/* Number of power supplies of the enclosure: 4 on a 4U four-controller enclosure, else 2. */
+BSP_API uint8_t BSP_GetPowerNum(void);
+/* The 4-bit state code of supply `psu` from the bytes of a register pair (`first` the lower
+ * register): supplies 0 and 1 are the low and high nibble of `first`, 2 and 3 those of
+ * `second`. Any other supply gets 0, which is no valid code. */
+BSP_API uint8_t BSP_GetPowerRegBits(uint8_t psu, uint8_t first, uint8_t second);
+/* The supply state queries. Each reads its register pair (0xD6/0xD7 presence, 0xD8/0xD9
+ * alarm, 0xDA/0xDB power-ok; failed reads count as 0) and maps the supply's code: 9 and 6 are
+ * valid, anything else is a glitch. Returns 0 with `*state` = the new state (presence 1, alarm
+ * 0 and power ok 1 for code 9); a change against the last state this process saw is logged
+ * and the logs are flushed to flash. On a glitch returns 0xFFFFFFFF with `*state` = the last
+ * good state (at start: presence 0, alarm 0, power ok 1). A null `state` returns 0xFFFFFFFF;
+ * a supply not below BSP_GetPowerNum() sets `*state` = 0 and returns 0xFFFFFFFF, touching no
+ * register. On a manufacturing build in a factory test frame (not a lite board) every supply
+ * but 0 reads absent. */
+BSP_API uint32_t BSP_GetPowerPresent(uint8_t psu, uint8_t *state);
+BSP_API uint32_t BSP_GetPowerAlarmState(uint8_t psu, uint8_t *state);
+BSP_API uint32_t BSP_GetPowerOkState(uint8_t psu, uint8_t *state);
+/* 0 and `*state` = bit `psu` of register 0xD3 (1: on); a failed read counts as 0 and a change
+ * is logged and flushed as above (at start the last state is 1). Null `state` or a supply out
+ * of range as above. */
+BSP_API uint32_t BSP_GetPowerOnState(uint8_t psu, uint8_t *state);
+/* 1 when BSP_GetPowerPresent succeeds with 1, else 0. */
+BSP_API uint32_t BSP_IsPowerPresent(uint8_t psu);
+/* BSP_GetPowerPresent, on boards whose type allows it: 0xFFFFFFFF for a null `state`, a board
+ * type that cannot be worked out, or board types 12, 15, 129 and 130 (`*state` untouched). */
+BSP_API uint32_t BSP_GetPowerOnlineStates(uint8_t psu, uint8_t *state);
+/* 1 when the supply is both power-ok and on (both queries succeeding), else 0. */
+BSP_API uint32_t BSP_IsPowerSupply12V(uint8_t psu);
+/* 1 when supply `psu` feeds controller board `board`: every supply feeds every board, except
+ * on a 4U four-controller enclosure, where supplies 0 and 1 feed boards 0 and 2 and supplies 2
+ * and 3 feed boards 1 and 3. */
+BSP_API uint32_t BSP_IsPowerMatchBoard(uint8_t psu, uint8_t board);
+/* 1 when some supply that feeds `board` delivers 12 V (tried in order, first one wins). */
+BSP_API uint32_t BSP_IsBoardOpenPower12VOK(uint8_t board);
+/* 1 on a 4U four-controller enclosure when supplies 0 and 1, or 2 and 3, are both not
+ * power-ok (a whole side lost AC, so supply alarms are to be ignored); else 0. */
+BSP_API uint32_t BSP_IgnoreAlarmForACDown(void);
+/* BSP_GetReliabilityCpldBbuOnline(0, state), except that a null `state`, a `bbu` other than 0,
+ * an SMM board or a 2U expansion board return 0xFFFFFFFF untouched. */
+BSP_API uint32_t BSP_GetBbuOnlineStates(uint8_t bbu, uint8_t *state);
+/* Presence of the backup battery from the low nibble of register 0xF2 (9 present, 6 absent,
+ * else the last state this process saw, 0 at start) into `*state`. Returns the read's status
+ * plus the filter's (0, or 0xFFFFFFFF for another nibble) as a 32-bit sum: 0xFFFFFFFE when the
+ * read failed (which reads as 0xF). A null `state` returns 0xFFFFFFFF; a `bbu` other than 0
+ * sets `*state` = 0 and returns 0xFFFFFFFF. */
+BSP_API uint32_t BSP_GetReliabilityCpldBbuOnline(uint8_t bbu, uint8_t *state);
+/* The battery's state from register 0xF3 (a failed read counts as 0): 0 when its low nibble is
+ * 9 and bit 4 is set (present and healthy), 2 when the nibble is 9 and bit 4 clear, 3 for
+ * anything else or a `bbu` other than 0. A change of the byte is logged. */
+BSP_API uint32_t BSP_CheckBBUStatus(uint8_t bbu);
+/* Checks the header of a power-supply firmware image of `length` bytes: the big-endian CRC-32
+ * at offset 32 over bytes 64.. (the payload), then the one at offset 20 over bytes 28.. .
+ * Returns 64, the payload's offset, when both match; 0 when one does not, for a length below
+ * 64 or a null `image`. Reads only. */
+BSP_API uint32_t GetPowerFwShift(const uint8_t *image, uint32_t length);
+
 /* ====================================================================== board power */
 
 /* ================================================================= board services */

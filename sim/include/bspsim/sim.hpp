@@ -303,6 +303,9 @@ std::vector<Event> events_since(const RecordMark &mark);
 std::vector<LogLine> logs_since(const RecordMark &mark);
 // Sends every captured log line to stderr as it happens (for `bspctl -v`).
 void set_log_echo(bool on);
+// Hands every log line this process captures to `observer` as it happens (nullptr: none).
+// Lines of other processes attached to the board are not seen here.
+void set_log_observer(void (*observer)(const LogLine &line));
 // Values the framework handed to this process (property values, method outputs) that are still
 // alive: a caller that releases all it was given brings this back to where it was.
 std::size_t live_values();

@@ -40,6 +40,7 @@ bool take_script(Source source, uint32_t key, uint32_t *value)
 
 namespace {
 std::atomic<bool> g_echo{false};
+std::atomic<void (*)(const LogLine &)> g_observer{nullptr};
 }
 
 void capture_log(LogLine::Kind kind, int32_t level, const char *file, int32_t line, const char *text)
@@ -50,6 +51,9 @@ void capture_log(LogLine::Kind kind, int32_t level, const char *file, int32_t li
         } else {
             std::fprintf(stderr, "[oplog %d] %s\n", level, text);
         }
+    }
+    if (auto observe = g_observer.load(std::memory_order_relaxed)) {
+        observe(LogLine{kind, level, kind == LogLine::Debug ? (file ? file : "") : "", line, text ? text : ""});
     }
     Lock lock;
     CoreState &c = core();
@@ -158,6 +162,7 @@ const char *op_name(Op op)
 }
 
 void set_log_echo(bool on) { g_echo.store(on); }
+void set_log_observer(void (*observer)(const LogLine &line)) { g_observer.store(observer); }
 
 void Board::fail(Op op, uint32_t count, int32_t code, uint32_t key, uint32_t skip)
 {

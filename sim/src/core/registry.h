@@ -22,7 +22,8 @@
     X(leds)              \
     X(uart_switch)       \
     X(pcie)              \
-    X(ssd)
+    X(ssd)               \
+    X(psu)
 
 namespace bspsim::detail {
 

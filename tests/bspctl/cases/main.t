@@ -87,8 +87,9 @@ An empty name is refused before any board is looked for, so nothing in the home 
     crc32      checksum of a file, as cksum prints it
     led        list, read or switch the enclosure and board LEDs
     pcie       enable the PCIe cores or hold them off
+    psu        power supplies and backup battery (table, watch)
     ram        dump and write the CPLD RAM
-    sim        manage the simulated board (reset, profiles, where)
+    sim        manage the simulated board (reset, profiles, where, psu)
     ssd        list, read or record the SSD online bits
     status     report what board this is
     uart       print or switch the port the BMC's UART is routed to
@@ -98,7 +99,8 @@ An empty name is refused before any board is looked for, so nothing in the home 
     Prints the board id, the board type (or why it is not known), the kind of
     enclosure and board the predicates report, the board-table rows of the id,
     the CPLD count, versions and health, and which controller boards of the
-    enclosure are present and have booted.
+    enclosure are present and have booted, and the state of the power supplies
+    and the backup battery.
 
 ## json-help
   $ bspctl --json --help | python3 -c 'import json, sys; print(list(json.load(sys.stdin)))'

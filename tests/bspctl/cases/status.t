@@ -35,6 +35,9 @@ bspctl status on every shipped profile, and its JSON document.
     board 0: present, OS booted
     board 1: present, OS booted
 
+  supplies:      0 present ok on, 1 present ok on
+  battery:       present, healthy
+
 ## arm-2u2c
   $ bspctl -p arm-2u2c status
   board id:      0x05
@@ -70,6 +73,9 @@ bspctl status on every shipped profile, and its JSON document.
     board 0: present, OS booted
     board 1: present, OS booted
 
+  supplies:      0 present ok on, 1 present ok on
+  battery:       present, healthy
+
 ## x86-2u
   $ bspctl -p x86-2u status
   board id:      0x2d
@@ -104,6 +110,9 @@ bspctl status on every shipped profile, and its JSON document.
   controller boards (2 in this enclosure):
     board 0: present, OS booted
     board 1: present, OS booted
+
+  supplies:      0 present ok on, 1 present ok on
+  battery:       present, healthy
 
 ## 4u4c
   $ bspctl -p 4u4c status
@@ -144,6 +153,9 @@ bspctl status on every shipped profile, and its JSON document.
     board 2: present, OS booted
     board 3: present, OS booted
 
+  supplies:      0 present ok on, 1 present ok on, 2 present ok on, 3 present ok on
+  battery:       present, healthy
+
 ## exp-2u
   $ bspctl -p exp-2u status
   board id:      0x24
@@ -179,6 +191,9 @@ bspctl status on every shipped profile, and its JSON document.
     board 0: present, OS not booted
     board 1: present, OS not booted
 
+  supplies:      0 present ok on, 1 present ok on
+  battery:       healthy
+
 ## smm
   $ bspctl -p smm status
   board id:      0x81
@@ -212,6 +227,9 @@ bspctl status on every shipped profile, and its JSON document.
   controller boards (2 in this enclosure):
     board 0: present, OS booted
     board 1: present, OS booted
+
+  supplies:      0 present ok on, 1 present ok on
+  battery:       healthy
 
 ## json-default
   $ bspctl --json status
@@ -250,7 +268,12 @@ bspctl status on every shipped profile, and its JSON document.
     "controller_boards": [
       {"index": 0, "present": true, "os_booted": true},
       {"index": 1, "present": true, "os_booted": true}
-    ]
+    ],
+    "supplies": [
+      {"index": 0, "present": true, "alarm": false, "ok": true, "on": true, "valid": true},
+      {"index": 1, "present": true, "alarm": false, "ok": true, "on": true, "valid": true}
+    ],
+    "bbu": {"present": true, "status": "healthy"}
   }
 
 ## json-smm
@@ -287,7 +310,12 @@ bspctl status on every shipped profile, and its JSON document.
     "controller_boards": [
       {"index": 0, "present": true, "os_booted": true},
       {"index": 1, "present": true, "os_booted": true}
-    ]
+    ],
+    "supplies": [
+      {"index": 0, "present": true, "alarm": false, "ok": true, "on": true, "valid": true},
+      {"index": 1, "present": true, "alarm": false, "ok": true, "on": true, "valid": true}
+    ],
+    "bbu": {"present": null, "status": "healthy"}
   }
 
 ## arguments-refused
