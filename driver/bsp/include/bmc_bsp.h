@@ -597,6 +597,8 @@ BSP_API int32_t BSP_SetSSDOnlineStates(uint8_t ssd, uint8_t value);
 /* Slot of this board (0..3). Not built yet: fails with 0xFFFFFFFF without touching anything. */
 BSP_API int32_t BSP_GetBoardSlot(uint8_t *slot);
 
+/* =========================================================== master/slave arbitration */
+
 /* ============================================================== enclosure configuration */
 
 /* Frame type (6 bits). Not built yet: fails with -1 without touching anything. */

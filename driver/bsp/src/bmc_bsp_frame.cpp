@@ -1,4 +1,5 @@
-// Enclosure configuration: frame type, model, product configuration.
+// Enclosure configuration: frame type, model, product configuration; and the watch for an
+// enclosure with no master or more than one.
 #include "bmc_bsp.h"
 #include "core/status.h"
 
@@ -11,5 +12,7 @@ int32_t BSP_GetFrameType(uint16_t *type)
     (void)type;
     return bsp::kErrS;
 }
+
+// ------------------------------------------------------------------- the mastership watch
 
 }  // extern "C"
