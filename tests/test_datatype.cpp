@@ -4,302 +4,167 @@
 #include <glib.h>
 #include <sys/stat.h>
 
-#include <cmath>
-
 #include "core/boards.h"
 #include "test_helpers.h"
 
 namespace {
 
-using bsptest::CallCase, bsptest::g_out, bsptest::joined, bsptest::res, bsptest::times, bsptest::PrintTo;
-using bspsim::Op;
-using B = bspsim::Board;
+using bsptest::g_out, bsptest::joined, bsptest::res, bsptest::times, bspsim::Op;
+using Datatype = bsptest::SimTest;
+using P8 = std::pair<uint16_t, int8_t>;
+using Pf = std::pair<int, float>;
 
-// f applied to each input, the results joined by blanks: one line a reader holds against one
-// line of expectations.
-template <typename F, typename In>
+// f of each input, each followed by "|"; numbers print "%.12g", so whole ones as integers.
+template <typename In, typename F>
 std::string each(F f, std::initializer_list<In> inputs)
 {
     std::string out;
+    char b[32];
     for (const In &in : inputs) {
-        char b[40];
-        if constexpr (std::is_floating_point_v<decltype(f(in))>)
-            std::snprintf(b, sizeof b, "%.9g", static_cast<double>(f(in)));
-        else
-            std::snprintf(b, sizeof b, "%lld", static_cast<long long>(f(in)));
-        out += (out.empty() ? "" : " ") + std::string(b);
+        if constexpr (std::is_arithmetic_v<decltype(f(in))>) out += (std::snprintf(b, sizeof b, "%.12g|", double(f(in))), b);
+        else out += f(in) + "|";
     }
     return out;
 }
 
-// The text left by an in-place edit of each input, joined by "|".
-std::string edited(void (*f)(char *), std::initializer_list<std::string> inputs)
+// In-place edits by `f` of each text; values given as GVariant text ("" for null) rendered by `f`.
+std::string edited(void (*f)(char *), std::initializer_list<std::string> texts)
 {
-    std::string out;
-    for (std::string s : inputs) {
-        f(s.data());
-        out += (out.empty() ? "" : "|") + std::string(s.c_str());
-    }
-    return out;
+    return each([f](std::string s) { return (f(s.data()), std::string(s.c_str())); }, texts);
+}
+std::string rendered(std::initializer_list<std::string> texts, char *(*f)(GVariant *) = BSP_GvariantToString)
+{
+    return each([f](const std::string &t) {
+        GVariant *v = t.empty() ? nullptr : g_variant_ref_sink(g_variant_parse(nullptr, t.c_str(), nullptr, nullptr, nullptr));
+        std::unique_ptr<char, decltype(&g_free)> s(f(v), g_free);
+        if (v) g_variant_unref(v);
+        return std::string(s ? s.get() : "(null)");
+    }, texts);
 }
 
-// Letters past "f" count on, up to "z" = 35, in either case; the first other character ends the
-// scan (the neighbours of the digit and letter ranges included); the value wraps at 2^32.
-TEST(Datatype, Parsers)
+// htoi takes letters past "f" on to "z" = 35, in either case ("x" too), and wraps; btoi keeps the
+// last 16 digits and takes no prefix. PMBus LINEAR11 has a signed 5-bit exponent over a signed
+// 11-bit mantissa; LINEAR16 an unsigned mantissa, encoded from the mode byte's 5-bit exponent
+// field (higher bits ignored), clamped to 16 bits and truncated.
+TEST_F(Datatype, Numbers)
 {
-    EXPECT_EQ(each(htoi, {"0x1F", "ff", "0xg", "12:", "z", "0XZ", "x1", "00x1", "0x", "100000001", "/", ":", "@", "[",
-                          "`", "{", "", static_cast<const char *>(nullptr)}),
-              "31 255 16 18 35 35 529 529 0 1 0 0 0 0 0 0 0 0");
-    // Only the last 16 digits survive; no prefix, no leading blank.
-    EXPECT_EQ(each(btoi, {"101", "2", "11111111111111111", "10000000000000000", "0b1", "11a1", " 1", "",
-                          static_cast<const char *>(nullptr)}),
-              "5 0 65535 0 0 3 0 0 0");
-    EXPECT_EQ(each(BSP_HexOrDecPro, {"0X10", "010", " \t-42abc", "+7", "x10", "0x", "-0x10", "0xFFFFFFFF",
-                                     "99999999999", static_cast<const char *>(nullptr)}),
-              "16 10 -42 7 0 0 0 4294967295 99999999999 0");
+    EXPECT_EQ(each(htoi, {"0x1F", "ff", "0xg", "12:", "z", "0XZ", "x1", "00x1", "0x", "100000001", "@", "[", "`", "{", ""}),
+              "31|255|16|18|35|35|529|529|0|1|0|0|0|0|0|");
+    EXPECT_EQ(each(btoi, {"101", "2", "11111111111111111", "10000000000000000", "0b1", "11a1", " 1"}), "5|0|65535|0|0|3|0|");
+    EXPECT_EQ(each(BSP_HexOrDecPro, {"0X10", "010", " \t-42abc", "x10", "-0x10", "0xFFFFFFFF", "99999999999"}),
+              "16|10|-42|0|0|4294967295|99999999999|");
+    EXPECT_EQ(htoi(nullptr) + btoi(nullptr) + BSP_HexOrDecPro(nullptr), 0);
+    EXPECT_EQ(std::pair(BSP_Diff_Uint32(0xFFFFFFF0u, 0x10), BSP_Diff_Uint32(5, 3)), std::pair(0x20u, 0xFFFFFFFEu));
+    EXPECT_EQ(std::pair(BSP_Diff_Ulong(UINT64_MAX, 1), BSP_Diff_Ulong(1, 1ull << 32)), (std::pair<uint64_t, uint64_t>(2, 0xFFFFFFFF)));
+    EXPECT_EQ(each(BSP_Literal11ToFloat, {0xD3C0, 0x03FF, 0x07FF, 0x0400, 0x0FFF, 0x7BFF, 0x8401, 0xF801}),
+              "15|1023|-1|-1024|-2|33521664|-0.0156097412109|0.5|");
+    EXPECT_EQ(each([](P8 p) { return BSP_Literal16ToFloat(p.first, p.second); }, {P8{6144, -9}, {1, 15}, {3, -1}, {65535, -16}}),
+              "12|32768|1.5|0.999984741211|");
+    EXPECT_EQ(each([](Pf p) { return BSP_FloatToLiteral16(static_cast<int8_t>(p.first), p.second); },
+                   {Pf{0x17, 12}, {0xF7, 12}, {0x10, 1}, {0x10, 0.99998f}, {0x1F, 2.5f}, {0x01, 3.9f}, {0x0F, 1e9f}, {0x2F, 65536},
+                    {0x00, 65535.9f}, {0x00, -3}}),
+              "6144|6144|65535|65534|5|1|30517|2|65535|0|");
 }
 
-// Only blank, tab, line feed and carriage return are white space; a comment starts at the first
-// "#" outside double quotes, and an unclosed quote protects the rest.
-TEST(Datatype, TrimsInPlace)
+// Only blank, tab, line feed and carriage return are white; a comment starts at the first "#"
+// outside double quotes, and an unclosed quote protects the rest. "q" prints like a signed value
+// but cannot go negative; "u" from 2^31 up does. Arrays keep the separator after the last element
+// and skip elements without a text. An element fits while text + element + 1 stays within 124;
+// the first that does not ends the text with "...", which needs 3 more of the 128 bytes: after a
+// 123-character element and its ", " they are not there, and the text is lost.
+TEST_F(Datatype, Texts)
 {
-    EXPECT_EQ(edited(BSP_StrConvert, {" \tabc \r\n", "   ", "\fa b\v", "x", " x", "x\t", "\n\r\t "}),
-              "abc||\fa b\v|x|x|x|");
+    EXPECT_EQ(edited(BSP_StrConvert, {" \tabc \r\n", "   ", "\fa b\v", " x", "x\t", ""}), "abc||\fa b\v|x|x||");
     EXPECT_EQ(edited(BSP_CommentTrim, {"a \"#b\" #c", "#x", "\"open # x", "a\"\"#b", "a\"b\"c\"#d", "a#b#c", ""}),
-              "a \"#b\" ||\"open # x|a\"\"|a\"b\"c\"#d|a|");
+              "a \"#b\" ||\"open # x|a\"\"|a\"b\"c\"#d|a||");
+    BSP_StrConvert(nullptr);
     BSP_CommentTrim(nullptr);
+    EXPECT_EQ(rendered({"true", "false", "byte 0xff", "int16 -32768", "uint16 65535", "int32 -2147483648", "uint32 2147483647",
+                        "uint32 2147483648", "-0.25", "'a text'", "''", "int64 5", "<5>", "(1, 2)", ""}),
+              "TRUE|FALSE|255|-32768|65535|-2147483648|2147483647|-2147483648|-0.250000|a text||(null)|(null)|(null)|(null)|");
+    EXPECT_EQ(rendered({"@ay [0x01, 0x02]", "@ai []", "[[1, 2], [3]]", "@ax [1, 2]", "{'k': <1>}"}), "1, 2, ||1, 2, , 3, , |||");
+    EXPECT_EQ(rendered({"(1, int64 2, 'x')", "5", ""}, BSP_GarrayToString), "1, x, |(null)|(null)|");
+    const std::string a(122, 'a'), b = "['" + a, e = "', 'b']";
+    sim().fail(Op::StrncatS, 1, -1, bspsim::kAnyKey, 2);  // the third append from here: the first "..."
+    sim().fail(Op::StrncatS, 1, -2, bspsim::kAnyKey, 3);  // the fifth: the ", " after "1"
+    EXPECT_EQ(rendered({b + e, "['1', '2']", b + "a']", b + "aa" + e, b + e, b + "a" + e}, BSP_GarrayToString),
+              a + ", |12, |" + a + "a, |...|" + a + ", ...||");
+    EXPECT_EQ(log_line(), "0:Str len is too short(0). | 0:Input str is NULL. | " + times(3, "0:invalid input para.", " | ") +
+                              " | 0:Error: cat array end failed, result = -1. | 0:Error: cat array element failed, result = -2. | "
+                              "0:Error: cat array end failed, result = 34.");
 }
 
-TEST(Datatype, DifferencesAcrossTheWrap)
-{
-    EXPECT_EQ(BSP_Diff_Uint32(0xFFFFFFF0u, 0x10), 0x20u);
-    EXPECT_EQ(BSP_Diff_Uint32(5, 3), 0xFFFFFFFEu);
-    EXPECT_EQ(BSP_Diff_Ulong(UINT64_MAX, 1), 2u);
-    EXPECT_EQ(BSP_Diff_Ulong(1, 0x100000000ull), 0xFFFFFFFFull);
-}
-
-// LINEAR11: signed 5-bit exponent over a signed 11-bit mantissa; LINEAR16: the caller's exponent
-// over an unsigned mantissa, and back from the mode byte's 5-bit field, clamped and truncated.
-TEST(Datatype, PmbusLinearFormats)
-{
-    EXPECT_EQ(each(BSP_Literal11ToFloat, {uint16_t{0xD3C0}, uint16_t{0x03FF}, uint16_t{0x0400}, uint16_t{0x0FFF},
-                                          uint16_t{0x7BFF}, uint16_t{0x8401}, uint16_t{0xF801}, uint16_t{0x83FF}}),
-              "15 1023 -1024 -2 33521664 -0.0156097412 0.5 0.0156097412");
-    const auto l16 = [](std::pair<uint16_t, int8_t> p) { return BSP_Literal16ToFloat(p.first, p.second); };
-    EXPECT_EQ(each(l16, {std::pair<uint16_t, int8_t>{6144, -9}, {1, 15}, {65535, 0}, {3, -1}, {65535, -16}, {5, 1}}),
-              "12 32768 65535 1.5 0.999984741 10");
-    const auto enc = [](std::pair<int, float> p) { return BSP_FloatToLiteral16(static_cast<int8_t>(p.first), p.second); };
-    EXPECT_EQ(each(enc, {std::pair<int, float>{0x17, 12.0f}, {0xF7, 12.0f}, {0x10, 1.0f}, {0x10, 0.99998f}, {0x1F, 2.5f},
-                         {0x01, 3.9f}, {0x0F, 1e9f}, {0x2F, 65536.0f}, {0x00, 65535.9f}, {0x00, 65536.0f},
-                         {0x00, -3.0f}, {0x00, -0.5f}, {0x00, NAN}}),
-              "6144 6144 65535 65534 5 1 30517 2 65535 65535 0 0 0");
-}
-
-// Each text GvariantToString gives, "(null)" for none; the caller frees what it is given.
-std::string rendered(std::initializer_list<const char *> texts, char *(*f)(GVariant *) = BSP_GvariantToString)
-{
-    std::string out;
-    for (const char *t : texts) {
-        GVariant *v = g_variant_ref_sink(g_variant_parse(nullptr, t, nullptr, nullptr, nullptr));
-        char *s = f(v);
-        out += (out.empty() ? "" : "|") + std::string(s ? s : "(null)");
-        g_free(s);
-        g_variant_unref(v);
-    }
-    return out;
-}
-
-TEST(Datatype, ValuesAsText)
-{
-    // "q" prints like a signed value but cannot go negative; "u" from 2^31 up does.
-    EXPECT_EQ(rendered({"true", "false", "byte 0xff", "int16 -32768", "uint16 65535", "int32 -2147483648",
-                        "uint32 2147483647", "uint32 2147483648", "uint32 4294967295", "1.5", "-0.25", "'a text'", "''"}),
-              "TRUE|FALSE|255|-32768|65535|-2147483648|2147483647|-2147483648|-1|1.500000|-0.250000|a text|");
-    EXPECT_EQ(rendered({"int64 5", "uint64 5", "<5>", "(1, 2)", "objectpath '/'", "just 5"}),
-              "(null)|(null)|(null)|(null)|(null)|(null)");
-    // Arrays keep the separator after the last element; elements without a text are skipped.
-    EXPECT_EQ(rendered({"@ay [0x01, 0x02]", "@ai []", "['a', 'b']", "[[1, 2], [3]]", "@ax [1, 2]", "{'k': <1>}"}),
-              "1, 2, ||a, b, |1, 2, , 3, , ||");
-    EXPECT_EQ(rendered({"(1, int64 2, 'x')", "[true]"}, BSP_GarrayToString), "1, x, |TRUE, ");
-}
-
-TEST(Datatype, BytesAsHex)
+// Into 8 bytes of "Z" (size 1 at the last of them); nothing for a null pointer or a zero size.
+TEST_F(Datatype, BytesAsHex)
 {
     const uint8_t bytes[] = {0xAB, 0x01, 0x5F};
-    const auto hex = [&](std::pair<uint32_t, uint32_t> count_size) {
-        char out[8] = {'Z', 'Z', 'Z', 'Z', 'Z', 'Z', 'Z', 'Z'};
-        BSP_Arr2String(bytes, count_size.first, out, count_size.second);
-        std::string s(out, sizeof out);
-        std::replace(s.begin(), s.end(), '\0', '.');
-        return s;
-    };
-    std::string got;
-    for (auto cs : {std::pair<uint32_t, uint32_t>{2, 5}, {2, 4}, {2, 3}, {2, 2}, {2, 1}, {3, 8}, {1, 8}, {0, 8}, {2, 0}})
-        got += hex(cs) + " ";
-    EXPECT_EQ(got, "AB01.ZZZ AB.ZZZZZ AB.ZZZZZ .ZZZZZZZ .ZZZZZZZ AB015F.Z AB.ZZZZZ ZZZZZZZZ ZZZZZZZZ ");
-    char out[4] = "ZZZ";
-    BSP_Arr2String(nullptr, 2, out, 4);
+    std::string got, out;
+    for (auto [p, count, size] : {std::tuple{bytes, 2u, 5u}, {bytes, 2u, 4u}, {bytes, 2u, 3u}, {bytes, 2u, 2u}, {bytes, 2u, 1u},
+                                  {bytes, 3u, 8u}, {bytes, 1u, 8u}, {bytes, 0u, 8u}, {bytes, 2u, 0u}, {nullptr, 2u, 8u}})
+        got += (out.assign(8, 'Z'), BSP_Arr2String(p, count, out.data() + (size == 1 ? 7 : 0), size), out + "|");
     BSP_Arr2String(bytes, 2, nullptr, 4);
-    EXPECT_STREQ(out, "ZZZ");
+    EXPECT_EQ(got, std::string("AB01\0ZZZ|AB\0ZZZZZ|AB\0ZZZZZ|\0ZZZZZZZ|ZZZZZZZ\0|AB015F\0Z|AB\0ZZZZZ|ZZZZZZZZ|ZZZZZZZZ|ZZZZZZZZ|", 90));
 }
 
-// --------------------------------------------------------------------- cases on a board
-
-class DatatypeCall : public bsptest::CallTest {
-protected:
-    // File opens of the mapped platform paths are recorded; nothing else here touches a bus.
-    void run() const
-    {
-        EXPECT_EQ(GetParam().call(sim()), GetParam().out);
-        EXPECT_EQ(tr({Op::FileOpen, Op::LocalBusRead, Op::SpiRead}), GetParam().trace);
-        EXPECT_EQ(log_line(), GetParam().log);
-    }
-};
-TEST_P(DatatypeCall, Call) { run(); }
-
-// Fan levels 0..33 to duty, then duties to level, then an unknown direction, on a board whose
-// kind is named first.
-std::string fan(B &)
+// Levels 0..33 to duty, duties to level, and unknown directions; out-of-range results wrap. A lite
+// board's fans start at a tenth of full duty, the others' at a fifth.
+std::string fan()
 {
-    std::string out = BSP_IsLiteBoard() ? "lite:" : "full:";
-    for (uint8_t level : {0, 1, 2, 16, 31, 32, 33}) out += " " + std::to_string(BSP_FanLevelConvert(0, level));
-    out += " /";
-    for (uint8_t duty : {0, 25, 51, 57, 128, 254, 255}) out += " " + std::to_string(BSP_FanLevelConvert(1, duty));
-    return out + " / " + std::to_string(BSP_FanLevelConvert(2, 128)) + " " + std::to_string(BSP_FanLevelConvert(255, 1));
+    const auto conv = [](int direction) { return [direction](int v) { return BSP_FanLevelConvert(direction, v); }; };
+    return (BSP_IsLiteBoard() ? "lite:" : "full:") + each(conv(0), {0, 1, 2, 16, 31, 32, 33}) +
+           each(conv(1), {0, 25, 51, 57, 128, 254, 255}) + each(conv(2), {128}) + each(conv(255), {1});
 }
-
-std::string trimmed(B &)
+TEST_F(Datatype, FanLevelsOnAFullBoard) { EXPECT_EQ(fan(), "full:44|51|57|149|248|255|5|250|254|1|2|13|32|32|0|0|"); }
+TEST_F(Datatype, FanLevelsOnALiteBoard)
 {
-    char empty[1] = "";
-    BSP_StrConvert(nullptr);
-    BSP_StrConvert(empty);
-    return empty;
+    sim().set_board_id(bsp::kLiteIds[0]);
+    EXPECT_EQ(fan(), "lite:17|25|32|136|247|255|6|255|1|4|5|15|32|32|0|0|");
 }
 
-std::string array_text(const std::vector<std::string> &items)
-{
-    GVariantBuilder b;
-    g_variant_builder_init(&b, G_VARIANT_TYPE_STRING_ARRAY);
-    for (const std::string &s : items) g_variant_builder_add(&b, "s", s.c_str());
-    GVariant *v = g_variant_ref_sink(g_variant_builder_end(&b));
-    char *text = BSP_GarrayToString(v);
-    std::string out = text ? text : "(null)";
-    g_free(text);
-    g_variant_unref(v);
-    return out;
-}
-
-const std::string a122(122, 'a');
-
-// A platform file: the simulator keeps it in the instance and records its opens. 10240 bytes
-// of "0123456789...".
-constexpr const char *kFile = "/var/log/zelm/datatype_file";
-constexpr const char *kFifo = "/var/log/zelm/datatype_fifo";
-const std::string kMissing = "/var/log/zelm/missing";
+// A platform file (kept in the instance, its opens recorded) of 10240 bytes "0123456789...", and
+// a FIFO beside it, which opens ("r+" does not wait for a writer) but cannot seek.
+constexpr const char *kFile = "/var/log/zelm/datatype_file", *kFifo = "/var/log/zelm/datatype_fifo";
 alignas(8) uint8_t g_big[10241];
 
-void make_files(B &b)
+uint32_t rd(uint32_t offset, uint32_t length, const char *path = kFile, void *buf = g_out, const char *mode = "rb")
 {
-    std::string data;
-    for (int i = 0; i < 1024; ++i) data += "0123456789";
-    bsptest::write_file(b.path_of(kFile), data);
-    ASSERT_EQ(mkfifo(b.path_of(kFifo).c_str(), 0600), 0);
+    return BSP_ReadFileInfo(path, mode, offset, length, buf);
 }
-
-uint32_t file_read(uint32_t offset, uint32_t length, const char *path = kFile, void *buf = g_out)
-{
-    return BSP_ReadFileInfo(path, "rb", offset, length, buf);
-}
-uint32_t file_write(uint32_t offset, const std::string &bytes, const char *path = kFile, const char *mode = "r+")
+uint32_t wr(uint32_t offset, const std::string &bytes, const char *path = kFile, const char *mode = "r+")
 {
     return BSP_WriteFileInfo(path, mode, offset, static_cast<uint32_t>(bytes.size()), bytes.data());
 }
-std::string head(B &b, size_t n = 12) { return bsptest::read_file(b.path_of(kFile)).substr(0, n); }
 
-const std::string kOpen = "fopen " + std::string(kFile);
-const std::string kTooLarge = "0:Read buffer is too large. ReadLength(10241)";
-const std::string kNull = "0:Input pointer is null.";
-
-const CallCase kCases[] = {
-    {.name = "FanLevelsOnAFullBoard", .call = fan,
-     .out = "full: 44 51 57 149 248 255 5 / 250 254 1 2 13 32 32 / 0 0"},
-    // A lite board's fans may run slower: its lowest level starts at a tenth of full duty.
-    {.name = "FanLevelsOnALiteBoard", .board = bsp::kLiteIds[0], .call = fan,
-     .out = "lite: 17 25 32 136 247 255 6 / 255 1 4 5 15 32 32 / 0 0"},
-    {.name = "TrimRefusesNullAndEmpty", .call = trimmed, .out = "",
-     .log = "0:Input str is NULL. | 0:Str len is too short(0)."},
-    {.name = "NothingToRender",
-     .call = [](B &) {
-         GVariant *five = g_variant_ref_sink(g_variant_new_int32(5));
-         bool none = !BSP_GvariantToString(nullptr) && !BSP_GarrayToString(nullptr) && !BSP_GarrayToString(five);
-         g_variant_unref(five);
-         return std::to_string(none);
-     },
-     .out = "1", .log = times(3, "0:invalid input para.", " | ")},
-    // An element fits while text + element + 1 stays within 124; the first that does not ends
-    // the text with "...". That needs 3 more bytes of the 128: after a 123-character element
-    // and its ", " they are not there, the append fails and the text is lost.
-    {.name = "ArrayTextLimit",
-     .call = [](B &) { return joined({array_text({a122 + "a"}).substr(120), array_text({a122 + "aa", "b"}),
-                                      array_text({a122, "b"}).substr(120), array_text({a122 + "a", "b"})}, "|"); },
-     .out = "aaa, |...|aa, ...|", .log = "0:Error: cat array end failed, result = 34."},
-    {.name = "ArrayAppendFails", .faults = {{Op::StrncatS, 1, -2, bspsim::kAnyKey, 1}},
-     .call = [](B &) { return array_text({"1", "2"}); }, .out = "12, ",
-     .log = "0:Error: cat array element failed, result = -2."},
-    {.name = "ArrayEndFails", .faults = {{Op::StrncatS, 1, -1, bspsim::kAnyKey, 2}},
-     .call = [](B &) { return array_text({a122, "b"}); }, .out = a122 + ", ",
-     .log = "0:Error: cat array end failed, result = -1."},
-    // Reads: at an offset, up to the end, the whole 10240 bytes; past the end is a short read,
-    // logged with the count read before the count wanted, and leaves the buffer alone.
-    {.name = "Reads", .setup = make_files,
-     .call = [](B &) { return joined({res(file_read(3, 4), 4), res(file_read(10236, 4), 4), res(file_read(0, 10240, kFile, g_big)),
-                                      std::string(g_big, g_big + 12), res(file_read(10238, 4), 4), res(file_read(0, 0), 4)}); },
-     .out = "ok 33 34 35 36, ok 36 37 38 39, ok, 012345678901, err 36 37 38 39, ok 36 37 38 39",
-     .trace = times(5, kOpen), .log = "0:Read file " + std::string(kFile) + " fail, want to read 2, fact read 4"},
-    // The size is refused before anything is opened; only the 10240 below it gets an open.
-    {.name = "ReadRefusals", .setup = make_files,
-     .call = [](B &) { return joined({res(file_read(0, 10241, kFile, g_big)), res(file_read(0, 4, nullptr)),
-                                      res(BSP_ReadFileInfo(kFile, nullptr, 0, 4, g_out)), res(file_read(0, 4, kFile, nullptr)),
-                                      res(file_read(0, 10240, kFile, g_big))}); },
-     .out = "err, err, err, err, ok", .trace = kOpen, .log = kTooLarge + " | " + times(3, kNull, " | ")},
-    {.name = "ReadOpenAndSeekFail", .faults = {{Op::FileOpen, 1}}, .setup = make_files,
-     .call = [](B &) { return joined({res(file_read(0, 4)), res(file_read(0, 4, kMissing.c_str())),
-                                      res(BSP_ReadFileInfo(kFifo, "r+", 0, 4, g_out), 1)}); },
-     .out = "err, err, err ee", .trace = kOpen + "!-1 fopen " + kMissing + "!-1 fopen " + kFifo,
-     .log = "0:Open " + std::string(kFile) + " fail. | 0:Open " + kMissing + " fail. | 0:Call fseek " + kFifo + " fail."},
-    // The bytes were read: a copy that fails is only logged.
-    {.name = "ReadCopyFails", .faults = {{Op::MemcpyS, 1, 7}}, .setup = make_files, .call = BSP_CALL(file_read(0, 2), 2),
-     .out = "ok ee ee", .trace = kOpen, .log = "0:copy read data failed, result = 7."},
-    {.name = "Writes", .setup = make_files,
-     .call = [](B &b) { return joined({res(file_write(2, "abc")), head(b), res(file_write(10237, "xyz")),
-                                       bsptest::read_file(b.path_of(kFile)).substr(10236), res(file_write(3, "ab", kFile, "w")),
-                                       std::to_string(bsptest::read_file(b.path_of(kFile)).size())}); },
-     .out = "ok, 01abc5678901, ok, 6xyz, ok, 5", .trace = times(3, kOpen)},
-    {.name = "WriteRefusals", .setup = make_files,
-     .call = [](B &b) { return joined({res(file_write(0, std::string(10241, 'x'))), res(BSP_WriteFileInfo(nullptr, "w", 0, 1, "x")),
-                                       res(BSP_WriteFileInfo(kFile, nullptr, 0, 1, "x")),
-                                       res(BSP_WriteFileInfo(kFile, "w", 0, 1, nullptr)), head(b, 4),
-                                       res(file_write(0, std::string(10240, 'x'))), head(b, 4)}); },
-     .out = "err, err, err, err, 0123, ok, xxxx", .trace = kOpen, .log = kTooLarge + " | " + times(3, kNull, " | ")},
-    {.name = "WriteOpenAndSeekFail", .faults = {{Op::FileOpen, 1}}, .setup = make_files,
-     .call = [](B &b) { return joined({res(file_write(0, "ab")), res(file_write(0, "ab", kFifo)), head(b, 4)}); },
-     .out = "err, err, 0123", .trace = kOpen + "!-1 fopen " + kFifo,
-     .log = "0:Open " + std::string(kFile) + " fail. | 0:Call fseek " + kFifo + " fail."},
-};
-
-BSP_CASES(Datatype, DatatypeCall, kCases);
-
-// A full device takes nothing: a write bigger than the stream's buffer comes back short, a small
-// one fails only when flushed. A device that cannot be synchronised is no failure.
-using DatatypeDevices = bsptest::SimTest;
-
-TEST_F(DatatypeDevices, FullAndNullDevices)
+// A failed read leaves the buffer alone; a short transfer logs the count done before the count
+// wanted (writes too, with the read's words); a copy that fails after the read is only logged;
+// 10241 bytes are refused unopened. "w" truncates before the write at the offset. A full device
+// takes nothing: a write beyond the stream's buffer comes back short, a small one fails when
+// flushed; a device that cannot be synchronised is no failure.
+TEST_F(Datatype, Files)
 {
-    if (access("/dev/full", W_OK) != 0 || access("/dev/null", W_OK) != 0) GTEST_SKIP() << "no /dev/full or /dev/null";
-    EXPECT_EQ(joined({res(file_write(0, std::string(8192, 'x'), "/dev/full", "w")), res(file_write(0, "x", "/dev/full", "w")),
-                      res(file_write(0, "x", "/dev/null", "w"))}),
-              "err, err, ok");
-    EXPECT_EQ(log_line(), "0:Read file /dev/full fail, want to read 0, fact read 8192 | 0:Flush file /dev/full fail.");
+    if (access("/dev/full", W_OK) != 0 || access("/dev/null", W_OK) != 0) GTEST_SKIP() << "no /dev/full or /dev/null here";
+    bsptest::write_file(sim().path_of(kFile), times(1024, "0123456789", ""));
+    ASSERT_EQ(mkfifo(sim().path_of(kFifo).c_str(), 0600), 0);
+    const auto file = [this](size_t from, size_t n) { return bsptest::read_file(sim().path_of(kFile)).substr(from, n); };
+    sim().fail(Op::MemcpyS, 1, 7);
+    EXPECT_EQ(joined({res(rd(0, 2), 2), res(rd(3, 4), 4), res(rd(10238, 4), 4), res(rd(0, 10240, kFile, g_big)),
+                      res(rd(0, 10241, kFile, g_big)), res(rd(0, 0)), res(rd(0, 4, nullptr)), res(rd(0, 4, kFile, g_out, nullptr)),
+                      res(rd(0, 4, kFile, nullptr)), (sim().fail(Op::FileOpen), res(rd(0, 4))), res(rd(0, 4, kFifo, g_out, "r+")),
+                      res(wr(2, "abc")), file(0, 6), res(wr(10237, "xyz")), file(10236, 4), res(wr(0, std::string(10241, 'x'))),
+                      res(BSP_WriteFileInfo(nullptr, "w", 0, 1, "x")), res(wr(0, "x", kFile, nullptr)),
+                      res(BSP_WriteFileInfo(kFile, "w", 0, 1, nullptr)), res(wr(0, "ab", kFifo)),
+                      (sim().fail(Op::FileOpen), res(wr(0, "ab"))), file(0, 4), res(wr(3, "ab", kFile, "w")), file(0, 9),
+                      res(wr(0, std::string(8192, 'x'), "/dev/full", "w")), res(wr(0, "x", "/dev/full", "w")),
+                      res(wr(0, "x", "/dev/null", "w"))}),
+              "ok 00 00, ok 33 34 35 36, err 33 34 35 36, ok, err, ok, err, err, err, err, err, ok, 01abc5, ok, 6xyz, err, err, err, "
+              "err, err, err, 01ab, ok, " + std::string("\0\0\0ab", 5) + ", err, err, ok");
+    const std::string open = "fopen " + std::string(kFile), fifo = " fopen " + std::string(kFifo), refused =
+        "0:Read buffer is too large. ReadLength(10241)" + times(3, " | 0:Input pointer is null.", "");
+    EXPECT_EQ(tr({Op::FileOpen}), times(6, open) + "!-1" + fifo + " " + times(2, open) + fifo + " " + open + "!-1 " + open);
+    EXPECT_EQ(log_line(), "0:copy read data failed, result = 7. | 0:Read file " + std::string(kFile) + " fail, want to read 2, fact "
+              "read 4 | " + refused + " | 0:Open " + kFile + " fail. | 0:Call fseek " + kFifo + " fail. | " + refused +
+              " | 0:Call fseek " + kFifo + " fail. | 0:Open " + kFile + " fail. | 0:Read file /dev/full fail, want to read 0, fact "
+              "read 8192 | 0:Flush file /dev/full fail.");
 }
 
 }  // namespace
