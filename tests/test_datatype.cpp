@@ -4,6 +4,8 @@
 #include <glib.h>
 #include <sys/stat.h>
 
+#include <filesystem>
+
 #include "core/boards.h"
 #include "test_helpers.h"
 
@@ -112,13 +114,13 @@ std::string fan()
 {
     const auto conv = [](int direction) { return [direction](int v) { return BSP_FanLevelConvert(direction, v); }; };
     return (BSP_IsLiteBoard() ? "lite:" : "full:") + each(conv(0), {0, 1, 2, 16, 31, 32, 33}) +
-           each(conv(1), {0, 25, 51, 57, 128, 254, 255}) + each(conv(2), {128}) + each(conv(255), {1});
+           each(conv(1), {0, 25, 29, 51, 57, 128, 153, 254, 255}) + each(conv(2), {128}) + each(conv(255), {1});
 }
-TEST_F(Datatype, FanLevelsOnAFullBoard) { EXPECT_EQ(fan(), "full:44|51|57|149|248|255|5|250|254|1|2|13|32|32|0|0|"); }
+TEST_F(Datatype, FanLevelsOnAFullBoard) { EXPECT_EQ(fan(), "full:44|51|57|149|248|255|5|250|254|255|1|2|13|17|32|32|0|0|"); }
 TEST_F(Datatype, FanLevelsOnALiteBoard)
 {
     sim().set_board_id(bsp::kLiteIds[0]);
-    EXPECT_EQ(fan(), "lite:17|25|32|136|247|255|6|255|1|4|5|15|32|32|0|0|");
+    EXPECT_EQ(fan(), "lite:17|25|32|136|247|255|6|255|1|1|4|5|15|18|32|32|0|0|");
 }
 
 // A platform file (kept in the instance, its opens recorded) of 10240 bytes "0123456789...", and
@@ -146,6 +148,8 @@ TEST_F(Datatype, Files)
     bsptest::write_file(sim().path_of(kFile), times(1024, "0123456789", ""));
     ASSERT_EQ(mkfifo(sim().path_of(kFifo).c_str(), 0600), 0);
     const auto file = [this](size_t from, size_t n) { return bsptest::read_file(sim().path_of(kFile)).substr(from, n); };
+    const auto fds = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+    const auto fds_before = fds();
     sim().fail(Op::MemcpyS, 1, 7);
     EXPECT_EQ(joined({res(rd(0, 2), 2), res(rd(3, 4), 4), res(rd(10238, 4), 4), res(rd(0, 10240, kFile, g_big)),
                       res(rd(0, 10241, kFile, g_big)), res(rd(0, 0)), res(rd(0, 4, nullptr)), res(rd(0, 4, kFile, g_out, nullptr)),
@@ -160,6 +164,7 @@ TEST_F(Datatype, Files)
               "err, err, err, 01ab, ok, " + std::string("\0\0\0ab", 5) + ", err, err, ok");
     const std::string open = "fopen " + std::string(kFile), fifo = " fopen " + std::string(kFifo), refused =
         "0:Read buffer is too large. ReadLength(10241)" + times(3, " | 0:Input pointer is null.", "");
+    EXPECT_EQ(fds(), fds_before);  // every file opened was closed
     EXPECT_EQ(tr({Op::FileOpen}), times(6, open) + "!-1" + fifo + " " + times(2, open) + fifo + " " + open + "!-1 " + open);
     EXPECT_EQ(log_line(), "0:copy read data failed, result = 7. | 0:Read file " + std::string(kFile) + " fail, want to read 2, fact "
               "read 4 | " + refused + " | 0:Open " + kFile + " fail. | 0:Call fseek " + kFifo + " fail. | " + refused +
