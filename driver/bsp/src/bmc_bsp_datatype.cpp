@@ -84,7 +84,7 @@ constexpr std::array<char, 16> kUpperHex = {'0', '1', '2', '3', '4', '5', '6', '
 
 // ------------------------------------------------------------------------------ fan level
 
-// Per mille of full duty below which the fans never run: a lite board's fans may turn slower.
+// Per mille of full duty at the lowest fan level: lower on a lite board.
 constexpr int32_t kLiteDutyFloor = 100;
 constexpr int32_t kDutyFloor = 200;
 constexpr int32_t kPerMille = 1000;
@@ -99,7 +99,7 @@ uint8_t to_byte(double value) { return static_cast<uint8_t>(static_cast<int32_t>
 
 // ------------------------------------------------------------------------------ files
 
-// Bigger transfers are configuration blobs that must not go through this path at all.
+// One call moves at most this much: a read allocates its scratch per call.
 constexpr uint32_t kMaxFileTransfer = 10240;
 
 struct FileCloser {
@@ -114,7 +114,7 @@ bool transfer_allowed(const char *path, const char *mode, const void *buf, uint3
         BSP_LOG(bsp::kLogError, "Input pointer is null.");
         return false;
     }
-    // Both directions share this text: the log readers' filters look for it.
+    // Writes log the read's wording too: the line stays as this system has always written it.
     if (length > kMaxFileTransfer) {
         BSP_LOG(bsp::kLogError, "Read buffer is too large. ReadLength(%d)", length);
         return false;
@@ -137,8 +137,8 @@ File open_at(const char *path, const char *mode, uint32_t offset)
     return f;
 }
 
-// The counts come out as "fact" then "want": the reverse of the wording. Tools that parse these
-// lines expect that order, and the write direction reuses the line for the same reason.
+// The counts come out as "fact" then "want", against the wording, and writes use the read's
+// words: the line stays as this system has always written it.
 void log_short_transfer(const char *path, size_t done, uint32_t wanted)
 {
     BSP_LOG(bsp::kLogError, "Read file %s fail, want to read %u, fact read %u", path, static_cast<uint32_t>(done),
