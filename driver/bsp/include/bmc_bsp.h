@@ -71,6 +71,70 @@ BSP_API uint8_t BSP_CntBitNum(uint32_t value);
  * Returns 0 when the parity is right, -1 when it is wrong. */
 BSP_API int32_t BSP_PrivCheck(uint8_t mode, uint32_t value, uint8_t bitCount);
 
+/* =================================================================== data conversion */
+
+/* Conversions never fail: they wrap, clamp or stop at the first character they do not expect,
+ * as each comment says. A null text is read as an empty one. */
+
+/* Hexadecimal text to a number: an optional "0x"/"0X", then digits and letters until the first
+ * other character. Any letter counts as (its lower case - 'a' + 10), so "g" is 16 and "z" 35;
+ * only proper hexadecimal is meant. Wraps modulo 2^32; 0 for an empty scan. */
+BSP_API uint32_t htoi(const char *text);
+/* Binary text to a number: "0" and "1" until the first other character (no prefix); only the
+ * last 16 digits survive. 0 when the text does not start with "0" or "1". */
+BSP_API uint32_t btoi(const char *text);
+/* Text starting "0x"/"0X" as htoi; anything else as decimal with strtol (leading blanks and a
+ * sign accepted, trailing text ignored, so "010" is 10). */
+BSP_API int64_t BSP_HexOrDecPro(const char *text);
+/* Trims blanks, tabs, line feeds and carriage returns (only these) from both ends of `text`, in
+ * place; white space only becomes empty. A null or empty text is logged and left alone. */
+BSP_API void BSP_StrConvert(char *text);
+/* Cuts `text` in place at the first '#' outside double quotes. Null or empty is left alone. */
+BSP_API void BSP_CommentTrim(char *text);
+/* `later - earlier` modulo 2^32 (resp. 2^64): elapsed ticks even across a counter wrap. */
+BSP_API uint32_t BSP_Diff_Uint32(uint32_t earlier, uint32_t later);
+BSP_API uint64_t BSP_Diff_Ulong(uint64_t earlier, uint64_t later);
+
+/* PMBus LINEAR16: the unsigned `mantissa` times 2^`exponent` (already sign-extended). */
+BSP_API float BSP_Literal16ToFloat(uint16_t mantissa, int8_t exponent);
+/* PMBus LINEAR11: bits 0-10 a signed mantissa, bits 11-15 a signed exponent (-16..15). */
+BSP_API float BSP_Literal11ToFloat(uint16_t word);
+/* PMBus LINEAR16 encoding of `value` for the 5-bit two's-complement exponent field in bits 0-4
+ * of `exponent` (the mode byte; higher bits ignored). Clamped to 0..65535, else truncated. */
+BSP_API uint16_t BSP_FloatToLiteral16(int8_t exponent, float value);
+
+/* GLib's value type, declared as GLib itself does; include <glib.h> to build or read values. */
+struct _GVariant;
+/* `value` as text: "b" TRUE/FALSE; "y" "%u"; "n", "q", "i" "%d"; "u" "%d" too (so 2^31 and
+ * up print negative); "d" "%f"; "s" a copy; any array as BSP_GarrayToString. Returns a new text
+ * the caller frees with g_free, or null for another type or a null `value` (logged). The
+ * caller keeps its reference to `value`. */
+BSP_API char *BSP_GvariantToString(struct _GVariant *value);
+/* The elements of the array (or other container) `array` rendered as above, each followed by
+ * ", " (the last one too); elements that render to null are skipped. Once the next element no
+ * longer fits into 124 characters, "..." ends the text. Returns a new text the caller frees with
+ * g_free, or null for a null or non-container `array` (logged). The caller keeps `array`. */
+BSP_API char *BSP_GarrayToString(struct _GVariant *array);
+/* Writes min(count, (outSize - 1) / 2) bytes of `bytes` into `out` as upper-case hexadecimal
+ * pairs, terminated. Writes nothing when a pointer is null or a size is 0. */
+BSP_API void BSP_Arr2String(const uint8_t *bytes, uint32_t count, char *out, uint32_t outSize);
+/* Direction 0: fan level 1..32 to PWM duty 0..255 (level 1 is the board's lowest duty: 25 on a
+ * lite board, 51 on others; level 32 is 255). Direction 1: PWM duty to the nearest fan level.
+ * Other directions give 0. Results outside a byte wrap (they are cut to 8 bits). */
+BSP_API uint8_t BSP_FanLevelConvert(uint8_t direction, uint8_t value);
+
+/* Reads `length` bytes (at most 10240) from `offset` of the file `path` opened with `mode` into
+ * `buf`. Returns 0, or 0xFFFFFFFF (logged) for a null pointer, a length above the limit (refused
+ * before the file is opened), a file that cannot be opened or positioned, or fewer bytes than
+ * asked for; `buf` is then left untouched. */
+BSP_API uint32_t BSP_ReadFileInfo(const char *path, const char *mode, uint32_t offset, uint32_t length, void *buf);
+/* Writes `length` bytes (at most 10240) of `buf` at `offset` of the file `path` opened with
+ * `mode`, and has them flushed and synchronised to the medium before it returns 0. Returns
+ * 0xFFFFFFFF (logged) on the failures BSP_ReadFileInfo names, a short write, or a failed flush
+ * or synchronisation; what reached the file then is unknown. */
+BSP_API uint32_t BSP_WriteFileInfo(const char *path, const char *mode, uint32_t offset, uint32_t length,
+                                   const void *buf);
+
 /* ================================================================= object properties */
 
 /* Typed access to properties of the management framework's objects. Every function returns
