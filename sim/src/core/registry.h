@@ -18,7 +18,8 @@
     X(sem)               \
     X(firmware)          \
     X(dfl)               \
-    X(tty)
+    X(tty)               \
+    X(board_power)
 
 namespace bspsim::detail {
 
