@@ -1,4 +1,7 @@
 // Power: the supplies and the backup battery, and the power of this controller board.
+#include <string>
+
+#include "bspsim/board_power.hpp"
 #include "test_helpers.h"
 
 namespace {
@@ -8,5 +11,146 @@ using bspsim::Op, bsptest::PrintTo;
 // ------------------------------------------------------------------ supplies and battery
 
 // ------------------------------------------------------------------------- board power
+
+using bsptest::CallCase;
+using bsptest::res;
+using bspsim::Power;
+using B = bspsim::Board;
+uint8_t *const g = bsptest::g_out;
+
+constexpr uint32_t kRailRegs[] = {0x37, 0x38, 0x39, 0x3A, 0x3B, 0x3C, 0x3E, 0x79};
+
+// One board id: for every rail bit the simulator knows for it, one digit of what the checks
+// made of that bit alone failing: 1 if the power-on check then reports, +2 if the power-off
+// check does, +4 if the power-on check logged two rows; then the Arm front power check with
+// each bit of its registers flipped from healthy, mode 1 then mode 0: 1 if reported, +2 if
+// logged.
+struct IdCase {
+    const char *name;
+    uint8_t id;
+    std::string rails, front;
+};
+using PowerById = bsptest::SimTestWithParam<IdCase>;
+
+TEST_P(PowerById, EveryRowLatchesOncePerEpisode)
+{
+    known_board(GetParam().id);
+    auto pw = bspsim::board_power(sim());
+    auto lines = [&] { std::string l = log_line(); forget(); return l; };
+    // A check's result, then what it logged (the call comes first).
+    auto run = [&](uint32_t (*check)()) { std::string r = std::to_string(check()); return r + lines(); };
+    pw.set_state(Power::Off);
+    EXPECT_EQ(run(BSP_CpuPowerOffCheck) + run(BSP_IsAnyBoardPowerGood), "00");
+    pw.set_state(Power::On);
+    EXPECT_EQ(run(BSP_CpuPowerOnCheck), "0");
+    std::string rails;
+    for (uint32_t reg : kRailRegs) {
+        const uint8_t mask = pw.rails(reg);
+        if (mask) rails += (rails.empty() ? "" : " ") + bsptest::hex(reg).substr(2) + ":";
+        for (uint32_t bit = 0; bit < 8; ++bit) {
+            if (!(mask >> bit & 1)) continue;
+            char at[40];
+            std::snprintf(at, sizeof at, "1:Behind power on check,cpld addr (0x%02x)", reg);
+            pw.set_state(Power::On);
+            pw.hold(reg, bit, 0);
+            const uint32_t on = BSP_CpuPowerOnCheck();
+            const std::string first = lines();
+            const size_t rows = first.empty() ? 0 : std::count(first.begin(), first.end(), '|') + 1;
+            EXPECT_NE(first.find(at), std::string::npos) << first;
+            EXPECT_EQ(BSP_CpuPowerOnCheck(), on);  // latched: nothing more logged
+            pw.hold(reg, bit, -1);
+            EXPECT_EQ(run(BSP_CpuPowerOnCheck), "0");
+            pw.hold(reg, bit, 0);
+            EXPECT_EQ(run(BSP_CpuPowerOnCheck), std::to_string(on) + first);  // a new episode logs again
+            pw.hold(reg, bit, -1);
+            (void)BSP_CpuPowerOnCheck();
+            pw.set_state(Power::Off);
+            pw.hold(reg, bit, 1);
+            const uint32_t off = BSP_CpuPowerOffCheck();
+            char want[200];
+            std::snprintf(want, sizeof want,
+                          "1:Behind power Off check,cpld addr(0x%02x) value(0x%x), AlarmEn=%d(1:LogOnly) | "
+                          "0:BSP_IsAnyBoardPowerGood--cpld addr(0x%02x) val(0x%02x)\r\n",
+                          reg, 1u << bit, off ? 2 : 1, reg, 1u << bit);
+            EXPECT_EQ(BSP_IsAnyBoardPowerGood(), 1u);
+            EXPECT_EQ(run(BSP_CpuPowerOffCheck), std::to_string(off) + want);  // latched: logged once
+            pw.hold(reg, bit, -1);
+            EXPECT_EQ(run(BSP_CpuPowerOffCheck), "0");
+            pw.hold(reg, bit, 1);
+            EXPECT_EQ(run(BSP_CpuPowerOffCheck), std::to_string(off) + std::string(want).substr(0, std::string(want).find(" | ")));
+            pw.hold(reg, bit, -1);
+            (void)BSP_CpuPowerOffCheck();
+            rails += static_cast<char>('0' + on + 2 * off + 4 * (rows - 1));
+        }
+    }
+    EXPECT_EQ(rails, GetParam().rails);
+    std::string front;
+    pw.set_state(Power::On);
+    for (uint32_t reg : {0x3D, 0x15D}) {
+        const uint8_t healthy = pw.rails(reg);
+        if (!healthy) continue;
+        front += (front.empty() ? "" : " ") + bsptest::hex(reg).substr(2) + ":";
+        for (uint8_t mode : {1, 0}) {
+            for (uint32_t bit = 0; bit < 8; ++bit) {
+                pw.hold(reg, bit, !(healthy >> bit & 1));
+                const uint32_t r = BSP_CheckFrontPowerForArm(mode);
+                front += static_cast<char>('0' + r + (lines().empty() ? 0 : 2));
+                pw.hold(reg, bit, -1);
+                const uint32_t again = BSP_CheckFrontPowerForArm(mode);
+                EXPECT_EQ(std::to_string(again) + lines(), "0");
+            }
+            front += mode ? "/" : "";
+        }
+    }
+    EXPECT_EQ(front, GetParam().front);
+}
+
+const IdCase kIds[] = {
+    {"Id0A", 0x0A, "37:03030303 38:03030303 39:00000000 3A:00000000 3B:00000000 3C:333333 3E:33333333",
+     "3D:30300000/30300030"},
+    {"Id71", 0x71, "37:33330000 38:33330000 39:00000000 3A:0300000 3C:33333333 3E:3",
+     "3D:33300003/33300033 15D:00000022/00000022"},
+    {"Id03", 0x03, "37:03030303 38:0303 39:333333 3A:00000000 3B:0000 3C:33 3E:3333", "3D:03000300/03000330"},
+    {"Id00", 0x00, "37:03030303 38:0303 39:333333 3A:00000000 3B:0000 3C:33 3E:3333", "3D:03000300/03000330"},
+    {"Id05", 0x05, "37:0303 39:33 3A:0000003 3C:333 3E:33", "3D:33000000/33000030"},
+    {"Id06", 0x06, "37:0303 39:33 3A:0000003 3C:333 3E:33", "3D:33000000/33000030"},
+    {"Id09", 0x09, "37:0303 39:33 3A:0000003 3C:333 3E:33", "3D:33000000/33000030"},
+    {"Id12", 0x12, "37:333300 38:000 39:0000 3A:03 3B:0000000 3E:03", "3D:33000300/33000330"},
+    {"Id14", 0x14, "37:333300 38:000 39:0000 3A:03 3B:0000000 3E:03", "3D:33000300/33000330"},
+    {"Id11", 0x11, "37:33330000 38:000000 39:00000000 3A:333333 3C:33333333 3E:33333", "3D:33300003/33300033"},
+    {"Id22", 0x22, "37:3300 38:000 39:0300 3A:03 3B:000 3E:3333", "3D:33000000/33000030"},
+    {"Id24", 0x24, "37:3300 38:000 39:0300 3A:03 3B:000 3E:3333", "3D:33000000/33000030"},
+    {"Id27", 0x27, "37:3300 38:000 39:0300 3A:03 3B:000 3E:3333", "3D:33000000/33000030"},
+    {"Id1D", 0x1D, "37:3300 38:000 39:0300 3A:03 3B:000 3E:33333", "3D:33000000/33000030"},
+    {"Id2E", 0x2E, "37:3333 38:33 39:3333 3A:3 3B:3333333 79:55777", "3D:00000000/00000000"},
+    {"Id33", 0x33, "37:33333333 38:3333 39:33333333 3A:33 3B:3333333 79:55777", "3D:00000000/00000000"},
+    {"Id35", 0x35, "37:33333333 38:3333 39:33333333 3A:33 3B:33333333 79:00", "3D:00000000/00000000"},
+    {"Id99", 0x99, "37:30 38:00 39:0300 3A:03 3B:000 3E:3300333", "3D:03300000/03300030"},
+    {"Id95", 0x95, "37:30 38:00 39:0300 3A:03 3E:3300333", "3D:03300000/03300030"},
+    {"NoRows", 0x81, "", ""},
+};
+using bsptest::PrintTo;
+BSP_CASES(Rails, PowerById, kIds);
+
+using BoardPower = bsptest::SimTest;
+
+// Board 10 with every rail good: 0x39 all down fails a level-1 row (logged, not counted); 0x37
+// reading 0x55 fails its 0xAA row of level 2.
+TEST_F(BoardPower, Board10Examples)
+{
+    known_board(0x0A);
+    auto pw = bspsim::board_power(sim());
+    for (uint32_t bit = 0; bit < 8; ++bit) pw.hold(0x39, bit, 0);
+    EXPECT_EQ(BSP_CpuPowerOnCheck(), 0u);
+    for (uint32_t bit = 1; bit < 8; bit += 2) pw.hold(0x37, bit, 0);
+    EXPECT_EQ(BSP_CpuPowerOnCheck(), 1u);
+    EXPECT_EQ(log_line(), "1:Behind power on check,cpld addr (0x39) value(0) | "
+                          "1:Behind power on check,cpld addr (0x37) value(0)");
+    FrontPowerCheckRow row = {0x0A, {0, 0, 0}, 0x3D, 0x01, 0x01, 0x41, 0x01, 0x1C, 2, {0, 0}};
+    EXPECT_EQ(BSP_isFrontPowerAbnormal(&row, 0x01, 1) * 10 + BSP_isFrontPowerAbnormal(&row, 0x05, 1), 10u);
+    row.gateMask = 0;
+    EXPECT_EQ(BSP_isFrontPowerAbnormal(&row, 0x01, 1) + BSP_isFrontPowerAbnormal(nullptr, 0, 0), 0u);
+}
+
 
 }  // namespace
