@@ -152,5 +152,73 @@ TEST_F(BoardPower, Board10Examples)
     EXPECT_EQ(BSP_isFrontPowerAbnormal(&row, 0x01, 1) + BSP_isFrontPowerAbnormal(nullptr, 0, 0), 0u);
 }
 
+// Bus, delays and the power moves the simulator saw.
+std::string seen(const B &b)
+{
+    return b.transcript({Op::LocalBusRead, Op::LocalBusWrite, Op::Delay, Op::BoardPower});
+}
+std::string op_log(const B &b)
+{
+    std::string out;
+    for (const auto &l : b.logs()) {
+        if (l.kind == bspsim::LogLine::Operation) out += l.text.substr(l.text.rfind(": ") + 2) + ";";
+    }
+    return out;
+}
+
+// Each press as a whole: protection lifted for the whole pulse, the pulse, protection back,
+// then the LED. Any other action touches nothing.
+TEST_F(BoardPower, SoftPowerButtonPresses)
+{
+    known_board();
+    std::string got;
+    for (uint8_t action : {2, 0, 3, 1, 4}) {
+        const std::string st = res(BSP_SoftPowerButtonCtrl(action));
+        got += st + " " + bspsim::power_name(bspsim::board_power(sim()).state()) +
+               ": " + seen(sim()) + " | " + log_line() + " | " + op_log(sim()) + "\n";
+        forget();
+    }
+    EXPECT_EQ(got, "ok off: wr e8&02=0 wr e7&02=0 delay 10 power force-off 10ms wr e7&02=1 wr e8&02=1 rd 5f&01=0 | "
+                   "1:Write CPLD force  power off system | \n"
+                   "ok on: wr e8&01=0 wr e7&01=0 delay 5 power on 5ms wr e7&01=1 wr e8&01=1 rd 5f&01=0 wr 5f&01=1 | "
+                   "1:Write CPLD power on system | Open board power led succeed;\n"
+                   "ok standby: wr e8&04=0 wr e7&04=0 delay 10 power off 10ms wr e7&04=1 wr e8&04=1 | "
+                   "1:Write CPLD power off system | \n"
+                   "err standby:  |  | \nerr standby:  |  | \n");
+}
+
+// A failure injected at each write of the two protected pulses in turn: the sequence runs to
+// its end and the protection is back on, unless the failure hit that very write.
+TEST_F(BoardPower, ProtectedPulsesRestoreTheirProtection)
+{
+    known_board();
+    std::string got;
+    for (uint32_t step = 0; step < 5; ++step) {
+        sim().reset();
+        sim().fail(Op::LocalBusWrite, 1, -1, bspsim::kAnyKey, step);
+        const std::string st = res(BSP_SoftPowerButtonCtrl(2));
+        got += st + " e8=" + bsptest::hex(sim().reg(0xE8)) + " " + log_line() + " / " + op_log(sim()) + "\n";
+    }
+    for (uint32_t step = 0; step < 4; ++step) {
+        sim().reset();
+        sim().fail(Op::LocalBusWrite, 1, -1, bspsim::kAnyKey, step);
+        const std::string st = res(BSP_SimAcInt());
+        got += st + " 1a1=" + bsptest::hex(sim().reg(0x1A1)) + " " + seen(sim()) + " " + log_line() + "\n";
+    }
+    const std::string press = "1:Write CPLD force  power off system", wr = "0:write add :", ac = "wr 1a1&01=1 wr 1a0&01=";
+    const std::string reset = "0:Write cpld(0x1a0) to reset os failed, ret(-1). | 1:Reset System by AC Int successfully!";
+    EXPECT_EQ(got, "ok e8=0x7 " + press + " | " + wr + "e8  data: 0 cpld error. / \n" +
+                   "ok e8=0x7 " + press + " | " + wr + "e7  data: 0 cpld error. | 0:BSP_WriteCpldBit failed. / \n" +
+                   "ok e8=0x7 " + press + " | " + wr + "e7  data: 1 cpld error. | 0:BSP_WriteCpldBit failed. / \n" +
+                   "ok e8=0x5 " + press + " | " + wr + "e8  data: 1 cpld error. / \n" + "ok e8=0x7 " + press + " / \n" +
+                   "err 1a1=0x0 wr 1a1&01=1!-1 " + wr + "1a1  data: 1 cpld error. | "
+                   "0:Close write protection(0x1a1) of system reset failed, ret(-1).\n" +
+                   "ok 1a1=0x0 " + ac + "0!-1 wr 1a0&01=1 wr 1a1&01=0 " + wr + "1a0  data: 0 cpld error. | " + reset + "\n" +
+                   "ok 1a1=0x0 " + ac + "0 wr 1a0&01=1!-1 wr 1a1&01=0 " + wr + "1a0  data: 1 cpld error. | " + reset + "\n" +
+                   "err 1a1=0x1 " + ac + "0 power ac-reset 0ms wr 1a0&01=1 wr 1a1&01=0!-1 " + wr +
+                   "1a1  data: 0 cpld error. | 0:Open write protection(0x1a1) of system reset failed, ret(-1). | "
+                   "1:Reset System by AC Int successfully!\n");
+}
+
 
 }  // namespace
