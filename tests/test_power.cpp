@@ -152,6 +152,8 @@ TEST_F(BoardPower, Board10Examples)
     EXPECT_EQ(BSP_isFrontPowerAbnormal(&row, 0x01, 1) + BSP_isFrontPowerAbnormal(nullptr, 0, 0), 0u);
 }
 
+const std::string kRdFail = "0:read cpld error. | ", kByteFail = "0:read cpld byte error. | ";
+
 // Bus, delays and the power moves the simulator saw.
 std::string seen(const B &b)
 {
@@ -220,5 +222,144 @@ TEST_F(BoardPower, ProtectedPulsesRestoreTheirProtection)
                    "1:Reset System by AC Int successfully!\n");
 }
 
+
+
+// Without a board id every check holds back: the power-good query says so with 255.
+TEST_F(BoardPower, BoardIdUnreadable)
+{
+    sim().fail(Op::DevOpen, 100);
+    const std::string got = bsptest::joined({std::to_string(BSP_IsAnyBoardPowerGood()), std::to_string(BSP_CpuPowerOnCheck()),
+                                             std::to_string(BSP_CpuPowerOffCheck()), std::to_string(BSP_CheckFrontPowerForArm(1)),
+                                             std::to_string(BSP_IsPowerTransBoardSupport())});
+    EXPECT_EQ(got, "255, 0, 0, 0, 0");
+    const std::string open = "0:Error: open sys_info dev fail | ";
+    EXPECT_EQ(log_line(), open + "0:Get BMC board id failed(-1) | " + open + "0:Get BMC board id failed(-1) | " + open +
+                              "0:Get BMC board id fail(-1) | " + open +
+                              "0:Check front power failed(Get board id failed,ret=-1) | 0:Error: open sys_info dev fail");
+}
+
+// A forced power-off leaves the record; a failed read ends the collection with the flag still
+// up, a whole one is logged and cleared, and then there is nothing more to collect.
+TEST_F(BoardPower, AbnormalPowerDownRecord)
+{
+    known_board();
+    auto pw = bspsim::board_power(sim());
+    BSP_CollectAbnormalPwrDownLog();
+    EXPECT_EQ(tr({Op::LocalBusRead, Op::LocalBusWrite}).substr(tr({Op::LocalBusRead, Op::LocalBusWrite}).rfind(" rd ")), " rd 42=00");
+    EXPECT_EQ(BSP_SoftPowerButtonCtrl(2), 0u);
+    ASSERT_TRUE(pw.power_down_flag());
+    forget();
+    sim().fail(Op::LocalBusRead, 1, -1, 0x41);
+    BSP_CollectAbnormalPwrDownLog();
+    EXPECT_TRUE(pw.power_down_flag());
+    BSP_CollectAbnormalPwrDownLog();
+    EXPECT_FALSE(pw.power_down_flag());
+    EXPECT_EQ(log_line(), kByteFail + "0:Read register(0x41) failed, ret(-1) | 0:Detecting board pwr down abnormal Reg "
+                          "0x3F(0x1) Reg 0x40(0xf) Reg 0x41(0x0) Reg 0x42(0x80) Reg 0x77(0x3)");
+    EXPECT_EQ(tr({Op::LocalBusWrite}).substr(tr({Op::LocalBusWrite}).find("wr 42")), "wr 42&80=1 wr 42&80=0");
+}
+
+// Expansion boards' power in CPLD RAM: a bad board is refused silently and leaves the output
+// alone; an unknown state is logged.
+TEST_F(BoardPower, ExpansionBoards)
+{
+    known_board();
+    auto pw = bspsim::board_power(sim());
+    std::fill(g, g + 4, 0xEE);
+    EXPECT_EQ(bsptest::calls({BSP_SetExpBoardPowerState(4, 1), BSP_SetExpBoardPowerState(0, 5), BSP_SetExpBoardPowerState(1, 1),
+                              BSP_SetExpBoardPowerState(2, 18), BSP_GetExpBoardPowerState(4, g), BSP_GetExpBoardPowerState(1, g + 1),
+                              BSP_GetExpBoardPowerState(2, g + 2), BSP_GetExpBoardPowerState(0, nullptr), BSP_IsExpFramePowerOff()}, 3),
+              "err err ok ok err ok ok err ok ee 01 12");
+    EXPECT_EQ(std::to_string(pw.exp_board_on(1)) + std::to_string(pw.exp_board_on(2)), "10");
+    EXPECT_EQ(log_line(), "0:Exp board(0) set power state not find!");
+}
+
+class ExpFrame : public bsptest::SimTest {
+    std::string profile() const override { return "exp-2u"; }
+};
+
+TEST_F(ExpFrame, PowerOffWhenNeitherExpansionBoardIsOn)
+{
+    auto pw = bspsim::board_power(sim());
+    const uint32_t none = BSP_IsExpFramePowerOff();
+    pw.set_exp_board_on(1, true);
+    const uint32_t second = BSP_IsExpFramePowerOff();
+    pw.set_exp_board_on(1, false);
+    pw.set_exp_board_on(0, true);
+    EXPECT_EQ(std::to_string(none) + std::to_string(second) + std::to_string(BSP_IsExpFramePowerOff()), "100");
+}
+
+using PowerCall = bsptest::CallTest;
+TEST_P(PowerCall, ShowsWhatItDid) { run(); }
+
+// Results of several calls in order, each with the first `n` bytes of g_out.
+#define SEQ(n, ...) [](B &) { std::string o; for (uint32_t st : {__VA_ARGS__}) o += res(st, n) + " "; return o; }
+#define PW(...) [](B &b) { auto p = bspsim::board_power(b); __VA_ARGS__; }
+
+
+const CallCase kCalls[] = {
+    {.name = "StandbyOfThisAndOtherBoards", .setup = PW(p.set_peer(1, Power::Standby); p.set_peer(2, Power::Standby)),
+     .call = BSP_CALLS(BSP_GetPowerStandByStatus(g), BSP_GetOtherBoardPowerStandByStatus(0, g + 1),
+                       BSP_GetOtherBoardPowerStandByStatus(1, g + 2), BSP_GetOtherBoardPowerStandByStatus(2, g + 3),
+                       BSP_GetOtherBoardPowerStandByStatus(3, g + 4), BSP_GetOtherBoardPowerStandByStatus(4, g + 5),
+                       BSP_GetOtherBoardPowerStandByStatus(0, nullptr), BSP_GetPowerStandByStatus(nullptr)),
+     .out = "ok ok ok ok ok err err err", .trace = "rd 47&10=0 rd f9&08=0 rd f9&80=1 rd fa&08=1 rd fa&80=0"},
+    {.name = "StandbyReadsFail", .faults = {{Op::LocalBusRead, 1, -1, 0x47}, {Op::LocalBusRead, 1, -1, 0xFA}},
+     .call = SEQ(1, BSP_GetPowerStandByStatus(g), BSP_GetOtherBoardPowerStandByStatus(3, g)), .out = "err ee err ee ",
+     .trace = "rd 47&10=0!-1 rd fa&80=0!-1",
+     .log = kRdFail + "0:Read stdby from reg(0x47=0x0) fail | " + kRdFail + "0:Read stdby from reg(0xfa=0x0) fail"},
+    {.name = "EnclosureInStandbyWithNoBoardPresent", .regs = {{0x33, 0}}, .call = BSP_CALL(BSP_IsEnclStandby()), .out = "1",
+     .trace = "rd f9&08=0 rd 33=00 rd f9&80=0 rd 33=00"},
+    {.name = "EnclosureNotInStandbyWhileABoardIsOn", .call = SEQ(0, BSP_IsEnclStandby()), .out = "ok ", .trace = "rd f9&08=0 rd 33=03"},
+    {.name = "EnclosureInStandby", .setup = PW(p.set_state(Power::Standby); p.set_peer(1, Power::Standby)),
+     .call = BSP_CALL(BSP_IsEnclStandby()), .out = "1", .trace = "rd f9&08=1 rd 33=03 rd f9&80=1 rd 33=03"},
+    {.name = "PsOn", .faults = {{Op::LocalBusRead, 1, -1, 0x1B1, 1}}, .setup = PW(p.set_peer(1, Power::Off)),
+     .call = [](B &) { BSP_CheckPsOn(g + 1); BSP_CheckPsOn(nullptr); return bsptest::calls({BSP_GetPSONState(g), BSP_GetPSONState(g + 2)}, 3); },
+     .out = "ok err 01 03 ee", .trace = "rd 3e=03 rd 1b1=01 rd 1b1=00!-1", .log = kByteFail + "0:Read Cpld reg[0x1b1] fail"},
+    {.name = "AcOffAndPowerRegister",
+     .call = [](B &) { return bsptest::calls({BSP_SetAcOff(), (BSP_GetPwrReg(g), 0u), (BSP_GetPwrReg(g + 1), 0u),
+                                               (BSP_GetPwrReg(nullptr), BSP_SetPwrReg()), BSP_ClearPwrReg()}, 2); },
+     .out = "ok ok ok ok ok 01 00",
+     .trace = "wr c8&01=1 wr c8&01=0 rd c2&04=1 wr c4&04=1 wr c4&04=0 rd c2&04=0 wr c4&04=1 wr c4&04=0 wr c8&01=1 wr c8&01=0"},
+    {.name = "ArmFrontPowerDispatch", .regs = {{0xFB, 0x01}},
+     .faults = {{Op::LocalBusRead, 1, -1, 0x3D, 1}},
+     .setup = PW(p.hold(0x3D, 0, 0)),
+     .call = SEQ(0, BSP_FrontPowerCheck(1), BSP_CheckFrontPowerForArm(1), BSP_FrontPowerCheck(0)), .out = "ok ok ok ",
+     .trace = "rd 3d=02 delay 1000 rd fb=01 rd 3d=00!-1 rd 3d=02 delay 1000 rd fb=01",
+     .log = "1:Front power check cpld addr(0x3d) value(0x02), chipHealth(0), strategy(2), ret(0). | " + kByteFail +
+            "0:Check front power failed(read cpldreg=0x3d failed,ret=-1)"},
+    {.name = "X86FrontPower", .profile = "x86-2u",
+     .setup = [](B &b) { b.script(bspsim::Source::Register, 0x3D, {0xBF, 0xBE, 0xBE, 0xBF, 0xBE, 0xBF, 0x3F, 0xBF, 0xFF, 0xFF}); },
+     .call = SEQ(0, BSP_FrontPowerCheck(0), BSP_CheckFrontPowerForX86(0), BSP_CheckFrontPowerForX86(0),
+                 BSP_CheckFrontPowerForX86(0), BSP_CheckFrontPowerForX86(0), BSP_CheckFrontPowerForX86(0),
+                 BSP_CheckFrontPowerForX86(1), BSP_CheckFrontPowerForX86(0), BSP_CheckFrontPowerForX86(2),
+                 BSP_CheckFrontPowerForX86(1)),
+     .out = "ok ok ok ok ok ok 1 ok 1 ok ",
+     .trace = "rd 3d=bf rd 3d=be rd 3d=be rd 3d=bf rd 3d=be rd 3d=bf rd 3d=3f delay 1000 rd 3d=bf rd 3d=ff delay 1000 rd 3d=ff",
+     .log = "1:Front power check abnormal, cpld.0x3d=0xbe, cpldstatus=1. | 1:Front power check abnormal, cpld.0x3d=0xbe, "
+            "cpldstatus=1. | 1:Front power check abnormal, cpld.0x3d=0x3f, cpldstatus=1. | "
+            "1:Front power check abnormal, cpld.0x3d=0xff, cpldstatus=1."},
+    {.name = "X86FrontPowerReadFails", .profile = "x86-2u", .faults = {{Op::LocalBusRead, 1, -1, 0x3D}},
+     .call = BSP_CALL(BSP_CheckFrontPowerForX86(0)), .trace = "rd 3d=00!-1", .log = kByteFail + "0:Get cpld addr(0x3d) value failed."},
+    {.name = "PowerLed", .faults = {{Op::LocalBusRead, 1, -1, 0x5F}, {Op::LocalBusWrite, 1, -1, 0x5F, 1}},
+     .call = [](B &b) { for (uint8_t on : {2, 0, 1, 1, 0, 1}) BSP_BoardPowerLedCtrl(on); return op_log(b); },
+     .out = "Open board power led succeed;Close board power led failed;",
+     .trace = "rd 5f&01=0!-1 rd 5f&01=0 wr 5f&01=1 rd 5f&01=1 rd 5f&01=1 wr 5f&01=0!-1 rd 5f&01=1",
+     .log = kRdFail + "0:Read cpld(0x95) bit0 faild(ret=-1). | 0:write add :5f  data: 0 cpld error."},
+    {.name = "SysUp", .faults = {{Op::LocalBusWrite, 1, -1, 0x1B0, 1}, {Op::LocalBusRead, 1, -1, 0x1B0, 1}},
+     .call = SEQ(0, BSP_EnableBoardSysUp(8, 1), BSP_EnableBoardSysUp(0, 2), BSP_EnableBoardSysUp(3, 1),
+                 BSP_EnableBoardSysUp(3, 0), BSP_IsPermitBoardSysUp(8), BSP_IsPermitBoardSysUp(3), BSP_IsPermitBoardSysUp(3),
+                 BSP_EnableSysUpExtend(2, 1), BSP_IsPermitSysUpExtend(3)),
+     .out = "err err ok err 1 1 ok ok ok ", .trace = "wr 1b0&08=1 wr 1b0&08=0!-1 rd 1b0&08=1 rd 1b0&08=0!-1",
+     .log = "1:Input para out of range BitNum(8), Value(1) | 1:Input para out of range BitNum(0), Value(2) | "
+            "0:write add :1b0  data: 0 cpld error. | 0:Set cpld addr(0x1b0), BitNum(3), value(0) failed. | "
+            "1:Input para out of range BitNum(8) | " + kRdFail + "0:Get cpld addr(0x1b0) value(0) failed."},
+    {.name = "SysUpExtendOnX86", .profile = "x86-2u",
+     .call = SEQ(0, BSP_EnableSysUpExtend(2, 1), BSP_IsPermitSysUpExtend(2), BSP_IsPermitSysUpExtend(9)), .out = "ok 1 1 ",
+     .trace = "wr 1b0&04=1 rd 1b0&04=1", .log = "2:Operate sys power up reg.bit2 to 1. | 1:Input para out of range BitNum(9)"},
+    {.name = "PowerTrans", .call = SEQ(0, BSP_IsPowerTransBoardSupport()), .out = "1 "},
+    {.name = "NoPowerTrans", .board = 0x0A, .call = SEQ(0, BSP_IsPowerTransBoardSupport()), .out = "ok "},
+};
+BSP_CASES(Power, PowerCall, kCalls);
 
 }  // namespace
