@@ -49,7 +49,7 @@ TEST_P(PowerById, EveryRowLatchesOncePerEpisode)
         if (mask) rails += (rails.empty() ? "" : " ") + bsptest::hex(reg).substr(2) + ":";
         for (uint32_t bit = 0; bit < 8; ++bit) {
             if (!(mask >> bit & 1)) continue;
-            char at[40];
+            char at[64];
             std::snprintf(at, sizeof at, "1:Behind power on check,cpld addr (0x%02x)", reg);
             pw.set_state(Power::On);
             pw.hold(reg, bit, 0);

@@ -17,7 +17,9 @@ const char *power_name(Power p);
 
 class BoardPower {
 public:
-    explicit BoardPower(Board &board) : board_(board) {}
+    // A view of `board`, or (null) of the instance this process is attached to, as a tool is;
+    // the expansion boards need a Board.
+    explicit BoardPower(Board *board) : board_(board) {}
 
     Power state() const;
     void set_state(Power p);
@@ -44,10 +46,12 @@ public:
     void set_exp_board_on(uint32_t n, bool on);
 
 private:
-    Board &board_;
+    Board &board() const;
+    Board *board_;
 };
 
-inline BoardPower board_power(Board &board) { return BoardPower(board); }
+inline BoardPower board_power(Board &board) { return BoardPower(&board); }
+inline BoardPower board_power() { return BoardPower(nullptr); }
 
 }  // namespace bspsim
 

@@ -386,17 +386,23 @@ namespace {
 constexpr uint32_t kExpPowerRam = 0xD919;
 }
 
+Board &BoardPower::board() const
+{
+    if (!board_) throw Error("the expansion boards' power is reached through a Board");
+    return *board_;
+}
+
 bool BoardPower::exp_board_on(uint32_t n) const
 {
     check_range("expansion board", n, 4);
-    return (board_.ram(kExpPowerRam) >> n) & 1;
+    return (board().ram(kExpPowerRam) >> n) & 1;
 }
 
 void BoardPower::set_exp_board_on(uint32_t n, bool on)
 {
     check_range("expansion board", n, 4);
     const auto m = static_cast<uint8_t>(1u << n);
-    board_.set_ram(kExpPowerRam, static_cast<uint8_t>(on ? board_.ram(kExpPowerRam) | m : board_.ram(kExpPowerRam) & ~m));
+    board().set_ram(kExpPowerRam, static_cast<uint8_t>(on ? board().ram(kExpPowerRam) | m : board().ram(kExpPowerRam) & ~m));
 }
 
 }  // namespace bspsim

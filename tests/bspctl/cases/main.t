@@ -85,6 +85,7 @@ An empty name is refused before any board is looked for, so nothing in the home 
   commands:
     cpld       read and write CPLD registers
     crc32      checksum of a file, as cksum prints it
+    power      show the board's power, or press the soft power button
     ram        dump and write the CPLD RAM
     sim        manage the simulated board (reset, profiles, where)
     status     report what board this is
@@ -93,8 +94,9 @@ An empty name is refused before any board is looked for, so nothing in the home 
   usage: bspctl [-p PROFILE] [--json] status
     Prints the board id, the board type (or why it is not known), the kind of
     enclosure and board the predicates report, the board-table rows of the id,
-    the CPLD count, versions and health, and which controller boards of the
-    enclosure are present and have booted.
+    the CPLD count, versions and health, the board's power (standby, the verdict
+    of its rail check), and which controller boards of the enclosure are present
+    and have booted.
 
 ## json-help
   $ bspctl --json --help | python3 -c 'import json, sys; print(list(json.load(sys.stdin)))'

@@ -30,6 +30,7 @@ bspctl status on every shipped profile, and its JSON document.
     slot 1 -> board type 0x35
 
   cplds:         2, versions 00.05.200T01,00.02.110T03, healthy
+  power:         on, standby no, rails ok (power-on check)
 
   controller boards (2 in this enclosure):
     board 0: present, OS booted
@@ -65,6 +66,7 @@ bspctl status on every shipped profile, and its JSON document.
     slot 1 -> board type 0x35
 
   cplds:         2, versions 00.05.200T01,00.02.110T03, healthy
+  power:         on, standby no, rails ok (power-on check)
 
   controller boards (2 in this enclosure):
     board 0: present, OS booted
@@ -100,6 +102,7 @@ bspctl status on every shipped profile, and its JSON document.
     slot 1 -> board type 0x39
 
   cplds:         2, versions 00.07.210T00,00.17.300T02, healthy
+  power:         not judged, standby no, rails not judged (no rails known for this board)
 
   controller boards (2 in this enclosure):
     board 0: present, OS booted
@@ -137,6 +140,7 @@ bspctl status on every shipped profile, and its JSON document.
     slot 3 -> board type 0x03
 
   cplds:         2, versions 00.01.400T00,00.01.410T02, healthy
+  power:         on, standby no, rails ok (power-on check)
 
   controller boards (4 in this enclosure):
     board 0: present, OS booted
@@ -174,6 +178,7 @@ bspctl status on every shipped profile, and its JSON document.
     slot 1 -> board type 0x41
 
   cplds:         2, versions 00.03.120T05,00.03.220T00, healthy
+  power:         on, standby no, rails ok (power-on check)
 
   controller boards (2 in this enclosure):
     board 0: present, OS not booted
@@ -208,6 +213,7 @@ bspctl status on every shipped profile, and its JSON document.
     none
 
   cplds:         count unknown, healthy
+  power:         not judged, standby no, rails not judged (no rails known for this board)
 
   controller boards (2 in this enclosure):
     board 0: present, OS booted
@@ -247,6 +253,7 @@ bspctl status on every shipped profile, and its JSON document.
     "cpld_count": 2,
     "cpld_versions": "00.05.200T01,00.02.110T03",
     "cpld_healthy": true,
+    "power": {"state": "on", "standby": false, "rails_ok": true},
     "controller_boards": [
       {"index": 0, "present": true, "os_booted": true},
       {"index": 1, "present": true, "os_booted": true}
@@ -284,6 +291,7 @@ bspctl status on every shipped profile, and its JSON document.
     "cpld_count": null,
     "cpld_versions": "",
     "cpld_healthy": true,
+    "power": {"state": "not judged", "standby": false, "rails_ok": null},
     "controller_boards": [
       {"index": 0, "present": true, "os_booted": true},
       {"index": 1, "present": true, "os_booted": true}
