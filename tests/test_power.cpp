@@ -157,7 +157,7 @@ std::string seen(const B &b)
 std::string op_log(const B &b)
 {
     std::string out;
-    for (const auto &l : b.logs()) out += l.kind == bspsim::LogLine::Operation ? l.text.substr(l.text.rfind(": ") + 2) + ";" : "";
+    for (const auto &l : b.logs()) out += l.kind == bspsim::LogLine::Operation ? std::to_string(l.level) + ":" + l.text.substr(l.text.rfind(": ") + 2) + ";" : "";
     return out;
 }
 
@@ -176,7 +176,7 @@ TEST_F(BoardPower, SoftPowerButtonPresses)
     EXPECT_EQ(got, "ok off: wr e8&02=0 wr e7&02=0 delay 10 power force-off 10ms wr e7&02=1 wr e8&02=1 rd 5f&01=0 | "
                    "1:Write CPLD force  power off system | \n"
                    "ok on: wr e8&01=0 wr e7&01=0 delay 5 power on 5ms wr e7&01=1 wr e8&01=1 rd 5f&01=0 wr 5f&01=1 | "
-                   "1:Write CPLD power on system | Open board power led succeed;\n"
+                   "1:Write CPLD power on system | 1:Open board power led succeed;\n"
                    "ok standby: wr e8&04=0 wr e7&04=0 delay 10 power off 10ms wr e7&04=1 wr e8&04=1 | "
                    "1:Write CPLD power off system | \n"
                    "err standby:  |  | \nerr standby:  |  | \n");
@@ -233,8 +233,10 @@ TEST_F(BoardPower, AbnormalPowerDownRecord)
 {
     known_board();
     auto pw = bspsim::board_power(sim());
+    sim().fail(Op::LocalBusRead, 1, -1, 0x42);
     BSP_CollectAbnormalPwrDownLog();
-    EXPECT_EQ(tr({Op::LocalBusRead, Op::LocalBusWrite}).substr(tr({Op::LocalBusRead, Op::LocalBusWrite}).rfind(" rd ")), " rd 42=00");
+    EXPECT_EQ(tr({Op::LocalBusRead, Op::LocalBusWrite}).substr(tr({Op::LocalBusRead, Op::LocalBusWrite}).rfind(" rd ")), " rd 42=00!-1");
+    EXPECT_EQ(log_line(), kByteFail + "0:Read register(0x42) failed, ret(-1)");
     EXPECT_EQ(BSP_SoftPowerButtonCtrl(2), 0u);
     ASSERT_TRUE(pw.power_down_flag());
     forget();
@@ -287,18 +289,22 @@ TEST_P(PowerCall, ShowsWhatItDid) { run(); }
 
 
 const CallCase kCalls[] = {
-    {.name = "StandbyOfThisAndOtherBoards", .setup = PW(p.set_peer(1, Power::Standby); p.set_peer(2, Power::Standby)),
-     .call = BSP_CALLS(BSP_GetPowerStandByStatus(g), BSP_GetOtherBoardPowerStandByStatus(0, g + 1),
+    {.name = "StandbyOfThisAndOtherBoards", .setup = PW(p.set_state(Power::Standby); p.set_peer(2, Power::Standby)),
+     .call = [](B &) { return bsptest::calls({BSP_GetPowerStandByStatus(g), BSP_GetOtherBoardPowerStandByStatus(0, g + 1),
                        BSP_GetOtherBoardPowerStandByStatus(1, g + 2), BSP_GetOtherBoardPowerStandByStatus(2, g + 3),
                        BSP_GetOtherBoardPowerStandByStatus(3, g + 4), BSP_GetOtherBoardPowerStandByStatus(4, g + 5),
-                       BSP_GetOtherBoardPowerStandByStatus(0, nullptr), BSP_GetPowerStandByStatus(nullptr)),
-     .out = "ok ok ok ok ok err err err", .trace = "rd 47&10=0 rd f9&08=0 rd f9&80=1 rd fa&08=1 rd fa&80=0"},
+                       BSP_GetOtherBoardPowerStandByStatus(0, nullptr), BSP_GetPowerStandByStatus(nullptr)}, 6); },
+     .out = "ok ok ok ok ok err err err 01 01 00 01 00 ee", .trace = "rd 47&10=1 rd f9&08=1 rd f9&80=0 rd fa&08=1 rd fa&80=0"},
     {.name = "StandbyReadsFail", .faults = {{Op::LocalBusRead, 1, -1, 0x47}, {Op::LocalBusRead, 1, -1, 0xFA}},
      .call = SEQ(1, BSP_GetPowerStandByStatus(g), BSP_GetOtherBoardPowerStandByStatus(3, g)), .out = "err ee err ee ",
      .trace = "rd 47&10=0!-1 rd fa&80=0!-1",
      .log = kRdFail + "0:Read stdby from reg(0x47=0x0) fail | " + kRdFail + "0:Read stdby from reg(0xfa=0x0) fail"},
     {.name = "EnclosureInStandbyWithNoBoardPresent", .regs = {{0x33, 0}}, .call = BSP_CALL(BSP_IsEnclStandby()), .out = "1",
      .trace = "rd f9&08=0 rd 33=00 rd f9&80=0 rd 33=00"},
+    // A standby bit that cannot be read counts as "not in standby".
+    {.name = "EnclosureUnreadableStandby", .faults = {{Op::LocalBusRead, 1, -1, 0xF9}}, .setup = PW(p.set_peer(1, Power::Standby)),
+     .call = SEQ(0, BSP_IsEnclStandby()), .out = "ok ", .trace = "rd f9&08=0!-1 rd 33=03",
+     .log = kRdFail + "0:Read stdby from reg(0xf9=0x0) fail"},
     {.name = "EnclosureNotInStandbyWhileABoardIsOn", .call = SEQ(0, BSP_IsEnclStandby()), .out = "ok ", .trace = "rd f9&08=0 rd 33=03"},
     {.name = "EnclosureInStandby", .setup = PW(p.set_state(Power::Standby); p.set_peer(1, Power::Standby)),
      .call = BSP_CALL(BSP_IsEnclStandby()), .out = "1", .trace = "rd f9&08=1 rd 33=03 rd f9&80=1 rd 33=03"},
@@ -318,13 +324,12 @@ const CallCase kCalls[] = {
      .log = "1:Front power check cpld addr(0x3d) value(0x02), chipHealth(0), strategy(2), ret(0). | " + kByteFail +
             "0:Check front power failed(read cpldreg=0x3d failed,ret=-1)"},
     {.name = "X86FrontPower", .profile = "x86-2u",
-     .setup = [](B &b) { b.script(bspsim::Source::Register, 0x3D, {0xBF, 0xBE, 0xBE, 0xBF, 0xBE, 0xBF, 0x3F, 0xBF, 0xFF, 0xFF}); },
+     .setup = [](B &b) { b.script(bspsim::Source::Register, 0x3D, {0xBE, 0xBE, 0xBF, 0xBE, 0xBF, 0x3F, 0xBF, 0xFF, 0xFF}); },
      .call = SEQ(0, BSP_FrontPowerCheck(0), BSP_CheckFrontPowerForX86(0), BSP_CheckFrontPowerForX86(0),
-                 BSP_CheckFrontPowerForX86(0), BSP_CheckFrontPowerForX86(0), BSP_CheckFrontPowerForX86(0),
-                 BSP_CheckFrontPowerForX86(1), BSP_CheckFrontPowerForX86(0), BSP_CheckFrontPowerForX86(2),
-                 BSP_CheckFrontPowerForX86(1)),
-     .out = "ok ok ok ok ok ok 1 ok 1 ok ",
-     .trace = "rd 3d=bf rd 3d=be rd 3d=be rd 3d=bf rd 3d=be rd 3d=bf rd 3d=3f delay 1000 rd 3d=bf rd 3d=ff delay 1000 rd 3d=ff",
+                 BSP_CheckFrontPowerForX86(0), BSP_CheckFrontPowerForX86(0), BSP_CheckFrontPowerForX86(1),
+                 BSP_CheckFrontPowerForX86(0), BSP_CheckFrontPowerForX86(2), BSP_CheckFrontPowerForX86(1)),
+     .out = "ok ok ok ok ok 1 ok 1 ok ",
+     .trace = "rd 3d=be rd 3d=be rd 3d=bf rd 3d=be rd 3d=bf rd 3d=3f delay 1000 rd 3d=bf rd 3d=ff delay 1000 rd 3d=ff",
      .log = "1:Front power check abnormal, cpld.0x3d=0xbe, cpldstatus=1. | 1:Front power check abnormal, cpld.0x3d=0xbe, "
             "cpldstatus=1. | 1:Front power check abnormal, cpld.0x3d=0x3f, cpldstatus=1. | "
             "1:Front power check abnormal, cpld.0x3d=0xff, cpldstatus=1."},
@@ -332,14 +337,15 @@ const CallCase kCalls[] = {
      .call = BSP_CALL(BSP_CheckFrontPowerForX86(0)), .trace = "rd 3d=00!-1", .log = kByteFail + "0:Get cpld addr(0x3d) value failed."},
     {.name = "PowerLed", .faults = {{Op::LocalBusRead, 1, -1, 0x5F}, {Op::LocalBusWrite, 1, -1, 0x5F, 1}},
      .call = [](B &b) { for (uint8_t on : {2, 0, 1, 1, 0, 1}) BSP_BoardPowerLedCtrl(on); return op_log(b); },
-     .out = "Open board power led succeed;Close board power led failed;",
+     .out = "1:Open board power led succeed;1:Close board power led failed;",
      .trace = "rd 5f&01=0!-1 rd 5f&01=0 wr 5f&01=1 rd 5f&01=1 rd 5f&01=1 wr 5f&01=0!-1 rd 5f&01=1",
      .log = kRdFail + "0:Read cpld(0x95) bit0 faild(ret=-1). | 0:write add :5f  data: 0 cpld error."},
     {.name = "SysUp", .faults = {{Op::LocalBusWrite, 1, -1, 0x1B0, 1}, {Op::LocalBusRead, 1, -1, 0x1B0, 1}},
      .call = SEQ(0, BSP_EnableBoardSysUp(8, 1), BSP_EnableBoardSysUp(0, 2), BSP_EnableBoardSysUp(3, 1),
                  BSP_EnableBoardSysUp(3, 0), BSP_IsPermitBoardSysUp(8), BSP_IsPermitBoardSysUp(3), BSP_IsPermitBoardSysUp(3),
-                 BSP_EnableSysUpExtend(2, 1), BSP_IsPermitSysUpExtend(3)),
-     .out = "err err ok err 1 1 ok ok ok ", .trace = "wr 1b0&08=1 wr 1b0&08=0!-1 rd 1b0&08=1 rd 1b0&08=0!-1",
+                 BSP_EnableSysUpExtend(2, 1), BSP_IsPermitSysUpExtend(3), BSP_EnableBoardSysUp(7, 1), BSP_IsPermitBoardSysUp(7)),
+     .out = "err err ok err 1 1 ok ok ok ok 1 ",
+     .trace = "wr 1b0&08=1 wr 1b0&08=0!-1 rd 1b0&08=1 rd 1b0&08=0!-1 wr 1b0&80=1 rd 1b0&80=1",
      .log = "1:Input para out of range BitNum(8), Value(1) | 1:Input para out of range BitNum(0), Value(2) | "
             "0:write add :1b0  data: 0 cpld error. | 0:Set cpld addr(0x1b0), BitNum(3), value(0) failed. | "
             "1:Input para out of range BitNum(8) | " + kRdFail + "0:Get cpld addr(0x1b0) value(0) failed."},
