@@ -258,9 +258,10 @@ TEST_F(BoardPower, ExpansionBoards)
     auto pw = bspsim::board_power(sim());
     std::fill(g, g + 4, 0xEE);
     EXPECT_EQ(bsptest::calls({BSP_SetExpBoardPowerState(4, 1), BSP_SetExpBoardPowerState(0, 5), BSP_SetExpBoardPowerState(1, 1),
-                              BSP_SetExpBoardPowerState(2, 18), BSP_GetExpBoardPowerState(4, g), BSP_GetExpBoardPowerState(1, g + 1),
-                              BSP_GetExpBoardPowerState(2, g + 2), BSP_GetExpBoardPowerState(0, nullptr), BSP_IsExpFramePowerOff()}, 3),
-              "err err ok ok err ok ok err ok ee 01 12");
+                              BSP_SetExpBoardPowerState(2, 18), BSP_SetExpBoardPowerState(3, 1), BSP_GetExpBoardPowerState(4, g), BSP_GetExpBoardPowerState(1, g + 1),
+                              BSP_GetExpBoardPowerState(2, g + 2), BSP_GetExpBoardPowerState(3, g + 3), BSP_GetExpBoardPowerState(0, nullptr),
+                              BSP_IsExpFramePowerOff()}, 4),
+              "err err ok ok ok err ok ok ok err ok ee 01 12 01");
     EXPECT_EQ(std::to_string(pw.exp_board_on(1)) + std::to_string(pw.exp_board_on(2)), "10");
     EXPECT_EQ(log_line(), "0:Exp board(0) set power state not find!");
 }
@@ -305,6 +306,10 @@ const CallCase kCalls[] = {
     {.name = "EnclosureUnreadableStandby", .faults = {{Op::LocalBusRead, 1, -1, 0xF9}}, .setup = PW(p.set_peer(1, Power::Standby)),
      .call = SEQ(0, BSP_IsEnclStandby()), .out = "ok ", .trace = "rd f9&08=0!-1 rd 33=03",
      .log = kRdFail + "0:Read stdby from reg(0xf9=0x0) fail"},
+    {.name = "FourBoardEnclosureWalksAllFour", .profile = "4u4c",
+     .setup = PW(p.set_state(Power::Standby); p.set_peer(1, Power::Standby); p.set_peer(2, Power::Standby)),
+     .call = SEQ(0, BSP_IsEnclStandby()), .out = "ok ",
+     .trace = "srd f9=aa srd 33=0f srd f9=aa srd 33=0f srd fa=2a srd 33=0f srd fa=2a srd 33=0f"},
     {.name = "EnclosureNotInStandbyWhileABoardIsOn", .call = SEQ(0, BSP_IsEnclStandby()), .out = "ok ", .trace = "rd f9&08=0 rd 33=03"},
     {.name = "EnclosureInStandby", .setup = PW(p.set_state(Power::Standby); p.set_peer(1, Power::Standby)),
      .call = BSP_CALL(BSP_IsEnclStandby()), .out = "1", .trace = "rd f9&08=1 rd 33=03 rd f9&80=1 rd 33=03"},
