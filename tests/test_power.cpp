@@ -138,8 +138,11 @@ TEST_F(BoardPower, Board10Examples)
     EXPECT_EQ(BSP_CpuPowerOnCheck(), 0u);
     for (uint32_t bit = 1; bit < 8; bit += 2) pw.hold(0x37, bit, 0);
     EXPECT_EQ(BSP_CpuPowerOnCheck(), 1u);
+    sim().fail(Op::LocalBusRead, 1, -1, 0x3E);  // a register that cannot be read counts as all 0
+    EXPECT_EQ(BSP_CpuPowerOnCheck(), 1u);
     EXPECT_EQ(log_line(), "1:Behind power on check,cpld addr (0x39) value(0) | "
-                          "1:Behind power on check,cpld addr (0x37) value(0)");
+                          "1:Behind power on check,cpld addr (0x37) value(0) | 0:read cpld byte error. | "
+                          "1:Behind power on check,cpld addr (0x3e) value(0)");
     FrontPowerCheckRow row = {0x0A, {0, 0, 0}, 0x3D, 0x01, 0x01, 0x41, 0x01, 0x1C, 2, {0, 0}};
     EXPECT_EQ(BSP_isFrontPowerAbnormal(&row, 0x01, 1) * 10 + BSP_isFrontPowerAbnormal(&row, 0x05, 1), 10u);
     row.gateMask = 0;
