@@ -261,6 +261,9 @@ TEST_F(BoardPower, AbnormalPowerDownRecord)
     EXPECT_EQ(log_line(), kByteFail + "0:Read register(0x41) failed, ret(-1) | 0:Detecting board pwr down abnormal Reg "
                           "0x3F(0x1) Reg 0x40(0xf) Reg 0x41(0x0) Reg 0x42(0x80) Reg 0x77(0x3)");
     EXPECT_EQ(tr({Op::LocalBusWrite}).substr(tr({Op::LocalBusWrite}).find("wr 42")), "wr 42&80=1 wr 42&80=0");
+    forget();
+    BSP_CollectAbnormalPwrDownLog();  // nothing flagged: nothing more read, nothing logged
+    EXPECT_EQ(log_line() + tr({Op::LocalBusRead}).substr(tr({Op::LocalBusRead}).rfind(" rd ")), " rd 42=00");
 }
 
 // Expansion boards' power in CPLD RAM: a bad board is refused silently and leaves the output
@@ -276,7 +279,9 @@ TEST_F(BoardPower, ExpansionBoards)
                               BSP_IsExpFramePowerOff()}, 4),
               "err err ok ok ok err ok ok ok err ok ee 01 12 01");
     EXPECT_EQ(std::to_string(pw.exp_board_on(1)) + std::to_string(pw.exp_board_on(2)), "10");
-    EXPECT_EQ(log_line(), "0:Exp board(0) set power state not find!");
+    sim().fail(Op::SemP, 1);  // a RAM bit that cannot be read is "off"
+    EXPECT_EQ(res(BSP_GetExpBoardPowerState(1, g), 1), "ok 12");
+    EXPECT_EQ(log_line(), "0:Exp board(0) set power state not find! | 0:get BMC_MUTEX_IPC_CPLD_RAM fail.");
 }
 
 class ExpFrame : public bsptest::SimTest {
@@ -362,9 +367,10 @@ const CallCase kCalls[] = {
     {.name = "SysUp", .faults = {{Op::LocalBusWrite, 1, -1, 0x1B0, 1}, {Op::LocalBusRead, 1, -1, 0x1B0, 1}},
      .call = SEQ(0, BSP_EnableBoardSysUp(8, 1), BSP_EnableBoardSysUp(0, 2), BSP_EnableBoardSysUp(3, 1),
                  BSP_EnableBoardSysUp(3, 0), BSP_IsPermitBoardSysUp(8), BSP_IsPermitBoardSysUp(3), BSP_IsPermitBoardSysUp(3),
-                 BSP_EnableSysUpExtend(2, 1), BSP_IsPermitSysUpExtend(3), BSP_EnableBoardSysUp(7, 1), BSP_IsPermitBoardSysUp(7)),
-     .out = "err err ok err 1 1 ok ok ok ok 1 ",
-     .trace = "wr 1b0&08=1 wr 1b0&08=0!-1 rd 1b0&08=1 rd 1b0&08=0!-1 wr 1b0&80=1 rd 1b0&80=1",
+                 BSP_EnableSysUpExtend(2, 1), BSP_IsPermitSysUpExtend(3), BSP_EnableBoardSysUp(7, 1), BSP_IsPermitBoardSysUp(7),
+                 BSP_IsPermitBoardSysUp(5)),
+     .out = "err err ok err 1 1 ok ok ok ok 1 ok ",
+     .trace = "wr 1b0&08=1 wr 1b0&08=0!-1 rd 1b0&08=1 rd 1b0&08=0!-1 wr 1b0&80=1 rd 1b0&80=1 rd 1b0&20=0",
      .log = "1:Input para out of range BitNum(8), Value(1) | 1:Input para out of range BitNum(0), Value(2) | "
             "0:write add :1b0  data: 0 cpld error. | 0:Set cpld addr(0x1b0), BitNum(3), value(0) failed. | "
             "1:Input para out of range BitNum(8) | " + kRdFail + "0:Get cpld addr(0x1b0) value(0) failed."},
