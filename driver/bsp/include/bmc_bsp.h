@@ -578,6 +578,113 @@ BSP_API uint32_t GetPowerFwShift(const uint8_t *image, uint32_t length);
 
 /* ====================================================================== board power */
 
+/* One row of the front (host) power table of the Arm boards (16 bytes): the register of a
+ * board id, the mask and expected value for mode 1 and for mode 0, the gate mask (when non-zero,
+ * a value with none of its bits set is abnormal whatever else it shows) and the strategy
+ * (2: an abnormal row counts, 1: it is only logged). */
+typedef struct FrontPowerCheckRow {
+    uint8_t boardId;
+    uint8_t reserved0[3];
+    uint32_t addr;
+    uint8_t mode1Mask;
+    uint8_t mode1Value;
+    uint8_t mode0Mask;
+    uint8_t mode0Value;
+    uint8_t gateMask;
+    uint8_t strategy;
+    uint8_t reserved1[2];
+} FrontPowerCheckRow;
+
+/* `*state` = the PS_ON nibble (bits 0-3 of register 0x1B1). 0xFFFFFFFF for a null `state` or a
+ * failed read (logged; `*state` untouched). */
+BSP_API uint32_t BSP_GetPSONState(uint8_t *state);
+/* `*standby` = 1 when this board is in standby (register 0x47 bit 4), else 0. 0xFFFFFFFF for a
+ * null `standby` or a failed read (logged; `*standby` untouched). */
+BSP_API uint32_t BSP_GetPowerStandByStatus(uint8_t *standby);
+/* `*standby` = 1 when controller board `board` (0..3) is in standby (0xF9 bit 3 / bit 7, 0xFA
+ * bit 3 / bit 7), else 0. 0xFFFFFFFF, silently, for a null `standby` or a board above 3; for a
+ * failed read, logged. */
+BSP_API uint32_t BSP_GetOtherBoardPowerStandByStatus(uint8_t board, uint8_t *standby);
+/* 1 when every present controller board (4 on a 4U four-controller board, else 2) is in
+ * standby, so also when none is present; 0 at the first present board that is not (a standby
+ * bit that cannot be read counts as not in standby). */
+BSP_API uint32_t BSP_IsEnclStandby(void);
+/* Resets the system as an AC loss would: lifts the protection 0x1A1 bit 0, pulses 0x1A0 bit 0
+ * to 0 and back to 1, puts the protection back. 0xFFFFFFFF when the protection cannot be
+ * lifted (nothing else is written); otherwise the status of putting it back. Failed pulse
+ * edges are logged and the sequence goes on; the success line is logged in every such case. */
+BSP_API uint32_t BSP_SimAcInt(void);
+/* `*state` = register 0xC2 bit 2 (untouched when the read fails), then pulses 0xC4 bit 2 to 1
+ * and back to 0. Statuses are not reported; a null `state` does nothing. */
+BSP_API void BSP_GetPwrReg(uint8_t *state);
+/* Writes register 0xC8 bit 0 (the AC-off request) to 1 / to 0; the write's status. */
+BSP_API uint32_t BSP_SetPwrReg(void);
+BSP_API uint32_t BSP_ClearPwrReg(void);
+/* Pulses the AC-off request 0xC8 bit 0 to 1 and back to 0; the status of the second write. */
+BSP_API uint32_t BSP_SetAcOff(void);
+/* 1 when any rail of this board's rows of the rail power-good table reads good (a bit of a
+ * row's off-mask set; logged), 0 when none does or the board id has no rows, 255 when the board
+ * id cannot be read. Registers that cannot be read count as 0. */
+BSP_API uint32_t BSP_IsAnyBoardPowerGood(void);
+/* After power-on: 1 when a level-2 row of this board has a rail of its on-mask not good, else 0
+ * (also when the board id cannot be read). Each failing row is logged once until it reads good
+ * again. */
+BSP_API uint32_t BSP_CpuPowerOnCheck(void);
+/* After power-off: 1 when a level-2 row of this board still has a rail of its off-mask good,
+ * else 0 (also when the board id cannot be read). Each failing row is logged once until it
+ * reads clean again. */
+BSP_API uint32_t BSP_CpuPowerOffCheck(void);
+/* The x86 check when BSP_isX86Board() is 1, else the Arm check; that check's result. */
+BSP_API uint32_t BSP_FrontPowerCheck(uint8_t mode);
+/* x86 front power (register 0x3D): the CPLD's health (BSP_CpldBorCIsHealth, after 1 s) when
+ * bit 7 or bit 5 is down or, in an even mode, bit 6 is up; 0 otherwise, also when the register
+ * cannot be read. An abnormal byte is logged once until it reads healthy again. */
+BSP_API uint32_t BSP_CheckFrontPowerForX86(uint8_t mode);
+/* Arm front power: the OR of the CPLD's health (after 1 s) over this board's abnormal rows of
+ * strategy 2; 0 when none (or the board id cannot be read). Each abnormal row is logged once
+ * until it reads normal again. */
+BSP_API uint32_t BSP_CheckFrontPowerForArm(uint8_t mode);
+/* 1 when `value` is abnormal for `row` in `mode` (the mode-1 columns for a non-zero mode), else
+ * 0; 0 for a null `row`. */
+BSP_API uint32_t BSP_isFrontPowerAbnormal(const FrontPowerCheckRow *row, uint8_t value, uint8_t mode);
+/* `*value` = register 0x3E (untouched when the read fails); a null `value` does nothing. */
+BSP_API void BSP_CheckPsOn(uint8_t *value);
+/* Lights (1) or puts out (0) the board power LED, register 0x5F bit 0, when it does not show
+ * that already; the change goes to the operation log. Other values do nothing. */
+BSP_API void BSP_BoardPowerLedCtrl(uint8_t on);
+/* Presses the soft power button: 0 power on, 2 forced power off, 3 graceful power off. Pulses
+ * the button bit (register 0xE7 bit 0 / 1 / 2) low for 5 / 10 / 10 ms with its protection
+ * (same bit of 0xE8) lifted for the whole pulse and put back after, then sets the power LED
+ * (on / off / unchanged). Always 0 for these actions, failed writes being logged; 0xFFFFFFFF,
+ * touching nothing, for any other action. */
+BSP_API uint32_t BSP_SoftPowerButtonCtrl(uint8_t action);
+/* 1 when this board's power can be handed to another board, 0 otherwise or when the board id
+ * cannot be read. */
+BSP_API uint32_t BSP_IsPowerTransBoardSupport(void);
+/* When the CPLDs pass their self test and register 0x42 bit 7 flags an abnormal power-down:
+ * logs the record (0x3F, 0x40, 0x41, 0x42, 0x77) and clears the flag (0x42 bit 7 to 1, then 0).
+ * A failed read is logged and ends it. */
+BSP_API void BSP_CollectAbnormalPwrDownLog(void);
+/* Records expansion board `board` (0..3) as powered on (state 1) or off (state 18) in CPLD RAM
+ * 0xD919 bit `board`; 0 (the RAM write reports its own failures). 0xFFFFFFFF for a board above 3
+ * (silently) or another state (logged). */
+BSP_API uint32_t BSP_SetExpBoardPowerState(uint8_t board, uint8_t state);
+/* `*state` = 1 when expansion board `board` is recorded powered on, else 18 (also when the RAM
+ * cannot be read); 0. 0xFFFFFFFF, `*state` untouched, for a null `state` or a board above 3. */
+BSP_API uint32_t BSP_GetExpBoardPowerState(uint8_t board, uint8_t *state);
+/* 1 on a 2U expansion board when neither expansion board 0 nor 1 is powered on, else 0. */
+BSP_API uint32_t BSP_IsExpFramePowerOff(void);
+/* Writes bit `bit` (0..7) of the sys-up register 0x1B0 to `value` (0 or 1). 0 on success; a
+ * bad argument (logged) gives 0xFFFFFFFF, a failed write (logged) that write's status. */
+BSP_API uint32_t BSP_EnableBoardSysUp(uint8_t bit, uint8_t value);
+/* 1 when bit `bit` of the sys-up register 0x1B0 is 1; 0 when it is 0 or cannot be read
+ * (logged). A bit above 7 is logged and answers 1: a bad question never holds a board down. */
+BSP_API uint32_t BSP_IsPermitBoardSysUp(uint8_t bit);
+/* On x86 boards BSP_EnableBoardSysUp (logged first); elsewhere 0, touching nothing. */
+BSP_API uint32_t BSP_EnableSysUpExtend(uint8_t bit, uint8_t value);
+/* On x86 boards BSP_IsPermitBoardSysUp; elsewhere 0. */
+BSP_API uint32_t BSP_IsPermitSysUpExtend(uint8_t bit);
+
 /* ================================================================= board services */
 
 /* LEDs (CPLD register 0x13: bit 0 enclosure locate, bit 2 enclosure fault, bit 5 all LEDs of an

@@ -52,6 +52,12 @@ void load(Section &s)
 
 }  // namespace
 
+uint8_t board_id()
+{
+    const Answer *a = find(kBoardInfoRequest, false);
+    return a ? static_cast<uint8_t>(a->word >> 4) : 0xFF;
+}
+
 int ioctl(Call &&call, uint32_t request, void *arg)
 {
     call.rec = {.a = static_cast<uint32_t>(Device::SysInfo), .b = request};

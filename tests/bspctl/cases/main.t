@@ -87,9 +87,10 @@ An empty name is refused before any board is looked for, so nothing in the home 
     crc32      checksum of a file, as cksum prints it
     led        list, read or switch the enclosure and board LEDs
     pcie       enable the PCIe cores or hold them off
+    power      show the board's power, or press the soft power button
     psu        power supplies and backup battery (table, watch)
     ram        dump and write the CPLD RAM
-    sim        manage the simulated board (reset, profiles, where, psu)
+    sim        manage the simulated board (reset, profiles, where, psu, rail)
     ssd        list, read or record the SSD online bits
     status     report what board this is
     uart       print or switch the port the BMC's UART is routed to
@@ -98,9 +99,9 @@ An empty name is refused before any board is looked for, so nothing in the home 
   usage: bspctl [-p PROFILE] [--json] status
     Prints the board id, the board type (or why it is not known), the kind of
     enclosure and board the predicates report, the board-table rows of the id,
-    the CPLD count, versions and health, and which controller boards of the
-    enclosure are present and have booted, and the state of the power supplies
-    and the backup battery.
+    the CPLD count, versions and health, the board's power (standby, the verdict
+    of its rail check), which controller boards of the enclosure are present and
+    have booted, and the state of the power supplies and the backup battery.
 
 ## json-help
   $ bspctl --json --help | python3 -c 'import json, sys; print(list(json.load(sys.stdin)))'
