@@ -599,10 +599,41 @@ BSP_API int32_t BSP_GetBoardSlot(uint8_t *slot);
 
 /* =========================================================== master/slave arbitration */
 
+/* Roles reported: 1 master, 0 slave. Only one process of the enclosure at a time runs a grab or
+ * an abandon (semaphore 20). */
+
+/* Asks the CPLD for mastership: opens the grab request's write protect (0xE2 bit 3 = 0), pulses
+ * the request (0xE1 bit 4: 1, 500 ms, 0) and protects it again. 0, or the status of the first
+ * failing write (0xFFFFFFFF when the semaphore cannot be taken); a write failing after the
+ * protect was opened leaves it open. */
+BSP_API uint32_t BSP_GrabBoardMaster(void);
+/* Gives mastership up: as BSP_GrabBoardMaster with 0xE2 bit 2 and 0xE1 bit 3. */
+BSP_API uint32_t BSP_AbandonBoardMaster(void);
+/* BSP_AbandonBoardMaster, unless the slot cannot be read or, on a 2U two-controller board, the
+ * other controller is absent: then 0xFFFFFFFF and nothing is written. */
+BSP_API uint32_t BSP_SMMAbandonMaster(void);
+/* This board's role into `*role` (an SMM board is always master): the CPLD's own role code, a
+ * change read again three times 10 ms apart, else the role derived from the other boards'
+ * fields (BSP_GetRedressedMosState). 0, or 0xFFFFFFFF (null pointer) or the failing status of
+ * the derivation, with `*role` untouched. Watches for no or several masters afterwards. */
+BSP_API uint32_t BSP_GetBoardMasterOrSlaveState(uint32_t *role);
+/* The role derived from the role fields of the other present controllers: 1 when none is
+ * master, 0 when exactly one is. 0xFFFFFFFF (or the failing call's status) when the slot,
+ * presence or fields cannot be read, a field is a fault, or several are master; `*role` is
+ * then untouched. */
+BSP_API uint32_t BSP_GetRedressedMosState(uint8_t *role);
+/* Role code to role: 9 gives 1, 6 gives 0 and 0; any other code, or a null pointer, gives
+ * 0xFFFFFFFF and leaves `*role` untouched. */
+BSP_API uint32_t BSP_CpldDataChange(uint8_t *role, uint8_t code);
+
 /* ============================================================== enclosure configuration */
 
 /* Frame type (6 bits). Not built yet: fails with -1 without touching anything. */
 BSP_API int32_t BSP_GetFrameType(uint16_t *type);
+/* Watches the role fields (0xE4) for an enclosure with no master or more than one: logs a
+ * warning at the first such observation and then once every 128 in a row; one master again
+ * ends the episode. */
+BSP_API void BSP_DetectWhetherHasMoreThanOneMos(void);
 
 /* ==================================================== fan-board MCU and cooling state */
 

@@ -36,6 +36,7 @@ uint32_t g_board = 0;
 std::string g_dir;
 // A mapping being built by this thread, before any process can see it.
 thread_local uint8_t *t_building = nullptr;
+thread_local int t_working_board = -1;
 
 std::string state_file(const std::string &dir) { return dir + "/state"; }
 std::string errno_text() { return std::strerror(errno); }
@@ -171,7 +172,7 @@ int build_instance(const std::string &dir, const std::string &profile)
     std::string tmp = state_file(dir) + ".new";
     int fd = real_open(tmp.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     if (fd < 0) throw Error("cannot create " + tmp + ": " + errno_text());
-    const uint32_t boards = 1;
+    const uint32_t boards = profile_boards(path);
     size_t size = layout().size(boards);
     void *p = ftruncate(fd, static_cast<off_t>(size)) == 0
                   ? mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0)
@@ -193,7 +194,7 @@ int build_instance(const std::string &dir, const std::string &profile)
         pthread_mutex_init(&c.lock, &attr);
         pthread_mutexattr_destroy(&attr);
         set_text(c.profile, path);
-        load_board(path);
+        load_enclosure(path);
         semid = make_semaphores(boards);
         h.semid = semid;
         h.version = kLayoutVersion;
@@ -357,7 +358,13 @@ uint8_t *mapping()
     return g_map.load(std::memory_order_acquire);
 }
 
-uint32_t board_index() { return t_building ? 0 : g_board; }
+uint32_t board_index()
+{
+    if (t_working_board >= 0) return static_cast<uint32_t>(t_working_board);
+    return t_building ? 0 : g_board;
+}
+
+void set_working_board(int board) { t_working_board = board; }
 
 size_t region_offset(ModelId id, uint32_t board)
 {
