@@ -16,6 +16,9 @@ namespace bspsim {
 // The boards of the enclosure, the one this process is, and the slot of each.
 uint32_t board_count();
 uint32_t attached_board();
+// Makes this process board `board` of the enclosure it is attached to (a forked child that is
+// to be another board); throws Error when the enclosure has no such board.
+void switch_board(uint32_t board);
 uint32_t slot_of_board(uint32_t board);
 // Slots 0 to 3: whether a controller board sits there. A board taken out is master no more.
 bool slot_present(uint32_t slot);

@@ -212,6 +212,7 @@ void set_working_board(int board);
 void reset_instance();
 void attach(const std::string &dir);
 void detach();
+void attach_board(uint32_t board);
 void remove_instance(const std::string &dir);
 
 // Maps a fixed platform path onto the instance directory ("" when the path is not mapped).

@@ -427,6 +427,17 @@ void attach(const std::string &dir)
     g_dir = dir;
 }
 
+void attach_board(uint32_t board)
+{
+    mapping();
+    std::lock_guard<std::mutex> guard(g_attach_mutex);
+    if (uint32_t boards = header().boards; board >= boards) {
+        throw Error("board " + std::to_string(board) + ": the enclosure in " + g_dir + " has " + std::to_string(boards) +
+                    " board(s)");
+    }
+    g_board = board;
+}
+
 void detach()
 {
     std::lock_guard<std::mutex> guard(g_attach_mutex);

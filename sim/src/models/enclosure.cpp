@@ -92,6 +92,8 @@ uint32_t attached_board()
     return board_index();
 }
 
+void switch_board(uint32_t board) { detail::attach_board(board); }
+
 uint32_t slot_of_board(uint32_t board)
 {
     Lock lock;
