@@ -43,7 +43,7 @@ std::string errno_text() { return std::strerror(errno); }
 
 constexpr size_t round_up(size_t n) { return (n + 63) & ~size_t{63}; }
 
-// Enclosure regions first, then one block of board regions per board.
+// Enclosure regions first, then one block of board regions per board, the last board first.
 struct Layout {
     size_t offset[kModelCount] = {};
     size_t boards_at = 0;
@@ -370,7 +370,10 @@ size_t region_offset(ModelId id, uint32_t board)
 {
     const Layout &l = layout();
     auto i = static_cast<size_t>(id);
-    return model(id).scope == Scope::Board ? l.boards_at + l.board_size * board + l.offset[i] : l.offset[i];
+    if (model(id).scope != Scope::Board) return l.offset[i];
+    // The boards' blocks in reverse: board 0 ends the file whatever the enclosure's size, as it
+    // does in a one-board enclosure.
+    return l.boards_at + l.board_size * (header().boards - 1 - board) + l.offset[i];
 }
 
 const std::string &instance_dir()
