@@ -164,3 +164,94 @@ TEST_F(MasterWatch, WarnsOncePerPeriod)
 }
 
 }  // namespace
+
+// ------------------------------------------------------------------ needing the board's slot
+
+// The role when the own code is undecided, and the abandon of an SMM, both need the board's
+// slot: the board sits in slot 0 by its straps (or its CPLD slot code on the 4U board).
+class MasterBySlot : public bsptest::SimTestWithParam<CallCase> {
+protected:
+    std::string profile() const override { return GetParam().profile; }
+    void SetUp() override
+    {
+        SimTestWithParam<CallCase>::SetUp();
+        if (HasFatalFailure()) return;
+        sim().set_pin(53, 1);
+        sim().set_pin(54, 0);
+        sim().set_reg(0x32, 0x00);
+        uint8_t slot = 0xFF;
+        if (BSP_GetBoardSlot(&slot) != 0 || slot != 0) GTEST_SKIP() << "this build cannot identify the board's slot";
+        (void)BSP_Is4U4CBoard();
+        (void)BSP_Is2U2CBoard();
+        (void)BSP_IsSmmBoard();
+        forget();
+        const CallCase &c = GetParam();
+        for (auto [reg, value] : c.regs) sim().set_reg(reg, value);
+        for (const auto &f : c.faults) sim().fail(f.op, f.count, f.code, f.key, f.skip);
+        if (c.setup) c.setup(sim());
+    }
+};
+TEST_P(MasterBySlot, ShowsWhatItDid)
+{
+    const CallCase &c = GetParam();
+    EXPECT_EQ(c.call(sim()), c.out);
+    EXPECT_EQ(tr({Op::LocalBusRead, Op::LocalBusWrite, Op::SpiRead, Op::SpiWrite, Op::SemP, Op::SemV, Op::Delay}),
+              c.trace);
+    EXPECT_EQ(log_line(), c.log);
+}
+
+std::string redressed(B &)
+{
+    uint8_t r = 0xEE;
+    const uint32_t st = BSP_GetRedressedMosState(&r);
+    return res(st) + " " + std::to_string(r);
+}
+
+// Both controllers in (0x33), the own code undecided (0xDF).
+const std::vector<std::pair<uint32_t, uint8_t>> kUndecided = {{0x33, 0x03}, {0xDF, 0x0F}};
+std::vector<std::pair<uint32_t, uint8_t>> undecided(uint8_t fields)
+{
+    auto regs = kUndecided;
+    regs.emplace_back(0xE4, fields);
+    return regs;
+}
+const std::string kFallback = settled("rd df=0f") + " rd e4=";
+
+const CallCase kBySlot[] = {
+    // The peer's field decides: master there makes this board slave, slave there makes it master.
+    {.name = "PeerMaster", .regs = undecided(0x04), .call = role, .out = "ok 0",
+     .trace = "rd df=0f rd e4=04 rd 33=03 rd 33=03 " + settled("rd e4=04")},
+    {.name = "PeerSlave", .regs = undecided(0x08), .call = role, .out = "ok 1",
+     .trace = "rd df=0f rd e4=08 rd 33=03 rd 33=03 " + settled("rd e4=08"),
+     .log = "0:Warning: CPLD appear more than one master or slave!(0)(2)(0)(0)"},
+    {.name = "PeerFaultyField", .regs = undecided(0x0C), .call = role, .out = "err 238",
+     .trace = "rd df=0f rd e4=0c rd 33=03 rd 33=03"},
+    // An absent peer's field does not count, nor does the own one.
+    {.name = "AbsentPeerIgnored", .regs = {{0x33, 0x01}, {0xE4, 0x0F}}, .call = redressed, .out = "ok 1",
+     .trace = "rd e4=0f rd 33=01 rd 33=01"},
+    {.name = "FieldsUnread", .regs = undecided(0x04), .faults = {{Op::LocalBusRead, 1, -1, 0xE4}}, .call = redressed,
+     .out = "err 238", .trace = "rd e4=00!-1", .log = "0:read cpld byte error."},
+    {.name = "PresenceUnread", .regs = undecided(0x04), .faults = {{.op = Op::LocalBusRead, .key = 0x33, .skip = 1}},
+     .call = redressed, .out = "err 238", .trace = "rd e4=04 rd 33=03 rd 33=00!-1", .log = "0:read cpld byte error."},
+    // Four controllers: one other master makes this board slave, two are a fault.
+    {.name = "FourOneOtherMaster", .profile = "4u4c", .regs = {{0x33, 0x0F}, {0xE4, 0xA4}}, .call = redressed,
+     .out = "ok 0", .trace = "srd e4=a4 srd 33=0f srd 33=0f srd 33=0f srd 33=0f"},
+    {.name = "FourTwoOtherMasters", .profile = "4u4c", .regs = {{0x33, 0x0F}, {0xE4, 0x94}}, .call = redressed,
+     .out = "err 238", .trace = "srd e4=94 srd 33=0f srd 33=0f srd 33=0f srd 33=0f"},
+    {.name = "NullRedressed", .call = BSP_CALL(BSP_GetRedressedMosState(nullptr)), .out = "err"},
+
+    // Giving mastership up from the SMM side: never with no peer to take it.
+    {.name = "SmmAbandonWithPeer", .regs = {{0x33, 0x03}}, .setup = [](B &) { bspsim::set_master(0); },
+     .call = request<BSP_SMMAbandonMaster>, .out = "ok masters 0 wp 0xC held 0", .trace = "rd 33=03 " + kAbandon},
+    {.name = "SmmAbandonPeerAbsent", .regs = {{0x33, 0x01}}, .setup = [](B &) { bspsim::set_master(0); },
+     .call = request<BSP_SMMAbandonMaster>, .out = "err masters 1 wp 0xC held 0", .trace = "rd 33=01"},
+    {.name = "SmmAbandonPresenceUnread", .regs = {{0x33, 0x03}}, .faults = {{Op::LocalBusRead, 1, -1, 0x33}},
+     .setup = [](B &) { bspsim::set_master(0); }, .call = request<BSP_SMMAbandonMaster>,
+     .out = "err masters 1 wp 0xC held 0", .trace = "rd 33=00!-1", .log = "0:read cpld byte error."},
+    // Four controllers: no peer check.
+    {.name = "SmmAbandonFourControllers", .profile = "4u4c", .regs = {{0x33, 0x01}},
+     .setup = [](B &) { bspsim::set_master(0); }, .call = request<BSP_SMMAbandonMaster>,
+     .out = "ok masters 0 wp 0xC held 0",
+     .trace = "P20 srd e2=0c swr e2=04 srd e1=00 swr e1=08 delay 500 srd e1=08 swr e1=00 srd e2=04 swr e2=0c V20"},
+};
+BSP_CASES(Master, MasterBySlot, kBySlot);
