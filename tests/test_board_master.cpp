@@ -195,7 +195,7 @@ TEST_P(MasterBySlot, ShowsWhatItDid)
 {
     const CallCase &c = GetParam();
     EXPECT_EQ(c.call(sim()), c.out);
-    EXPECT_EQ(tr({Op::LocalBusRead, Op::LocalBusWrite, Op::SpiRead, Op::SpiWrite, Op::SemP, Op::SemV, Op::Delay}),
+    EXPECT_EQ(tr({Op::LocalBusRead, Op::LocalBusWrite, Op::SpiRead, Op::SpiWrite, Op::DflChipByteWrite, Op::SemP, Op::SemV, Op::Delay}),
               c.trace);
     EXPECT_EQ(log_line(), c.log);
 }
@@ -252,6 +252,7 @@ const CallCase kBySlot[] = {
     {.name = "SmmAbandonFourControllers", .profile = "4u4c", .regs = {{0x33, 0x01}},
      .setup = [](B &) { bspsim::set_master(0); }, .call = request<BSP_SMMAbandonMaster>,
      .out = "ok masters 0 wp 0xC held 0",
-     .trace = "P20 srd e2=0c swr e2=04 srd e1=00 swr e1=08 delay 500 srd e1=08 swr e1=00 srd e2=04 swr e2=0c V20"},
+     .trace = "P20 dfl_chip_bytewrite cpld1@e2&04=00 dfl_chip_bytewrite cpld1@e1&08=01 delay 500 "
+              "dfl_chip_bytewrite cpld1@e1&08=00 dfl_chip_bytewrite cpld1@e2&04=01 V20"},
 };
 BSP_CASES(Master, MasterBySlot, kBySlot);
