@@ -19,19 +19,16 @@ using Regs = std::vector<std::pair<uint32_t, uint8_t>>;
 std::string settled(const std::string &rd) { return rd + " " + bsptest::times(3, rd + " delay 10"); }
 const std::string kOneMaster = settled("rd e4=09");
 
-std::string role(B &)
+// A role query's status and the role it wrote (238: untouched).
+template <typename T, uint32_t (*Fn)(T *)>
+std::string role_of(B &)
 {
-    uint32_t r = 0xEE;
-    const uint32_t st = BSP_GetBoardMasterOrSlaveState(&r);
+    T r = 0xEE;
+    const uint32_t st = Fn(&r);
     return res(st) + " " + std::to_string(r);
 }
-
-std::string redressed(B &)
-{
-    uint8_t r = 0xEE;
-    const uint32_t st = BSP_GetRedressedMosState(&r);
-    return res(st) + " " + std::to_string(r);
-}
+const auto role = role_of<uint32_t, BSP_GetBoardMasterOrSlaveState>;
+const auto redressed = role_of<uint8_t, BSP_GetRedressedMosState>;
 
 // Semaphore 20 as each failure line found it (1: given back before the line was written).
 B *g_board = nullptr;
@@ -52,6 +49,8 @@ std::string request(B &b)
            (g_sem_at_log.empty() ? "" : " sem " + g_sem_at_log) + " held " + std::to_string(1 - b.sem_value(20));
 }
 const auto kMaster0 = [](B &) { bspsim::set_master(0); };
+const std::string kGrab = "P20 wr e2&08=0 wr e1&10=1 delay 500 wr e1&10=0 wr e2&08=1 V20";
+const std::string kAbandon = "P20 wr e2&04=0 wr e1&08=1 delay 500 wr e1&08=0 wr e2&04=1 V20";
 
 using MasterCall = bsptest::CallTest;
 TEST_P(MasterCall, ShowsWhatItDid) { run(); }
@@ -70,30 +69,26 @@ const CallCase kCases[] = {
     {.name = "NullRole", .call = BSP_CALL(BSP_GetBoardMasterOrSlaveState(nullptr)), .out = "err", .log = "0:Input para err"},
     {.name = "SmmBoardIsMaster", .profile = "smm", .regs = {{0xDF, 0x06}}, .call = role, .out = "ok 1"},
     {.name = "NullRedressed", .call = BSP_CALL(BSP_GetRedressedMosState(nullptr)), .out = "err"},
-    {.name = "CodeTranslation",
-     .call = [](B &) {
-         std::string out;
+    {.name = "CodeTranslation", .call = [](B &) {
+         std::string out = res(BSP_CpldDataChange(nullptr, 9));
          for (uint8_t code : {9, 6, 0, 0x0F, 0x19}) {
              uint8_t r = 0xEE;
              const uint32_t st = BSP_CpldDataChange(&r, code);
-             out += res(st) + "=" + std::to_string(r) + " ";
+             out += " " + res(st) + " " + std::to_string(r);
          }
-         return out + res(BSP_CpldDataChange(nullptr, 9));
-     },
-     .out = "ok=1 ok=0 err=238 err=238 err=238 err"},
+         return out;
+     }, .out = "err ok 1 ok 0 err 238 err 238 err 238"},
     // The whole pulse, and what the arbitration made of it; a request bit held high never ends it.
-    {.name = "GrabWhenNoneIsMaster", .call = request<BSP_GrabBoardMaster>, .out = "ok masters 1 wp 0xC held 0",
-     .trace = "P20 wr e2&08=0 wr e1&10=1 delay 500 wr e1&10=0 wr e2&08=1 V20"},
+    {.name = "GrabWhenNoneIsMaster", .call = request<BSP_GrabBoardMaster>, .out = "ok masters 1 wp 0xC held 0", .trace = kGrab},
     {.name = "GrabWhenAnotherIsMaster", .setup = [](B &) { bspsim::set_master(1); }, .call = request<BSP_GrabBoardMaster>,
-     .out = "ok masters 2 wp 0xC held 0", .trace = "P20 wr e2&08=0 wr e1&10=1 delay 500 wr e1&10=0 wr e2&08=1 V20"},
+     .out = "ok masters 2 wp 0xC held 0", .trace = kGrab},
     {.name = "TwoClaimsFault", .setup = [](B &) { bspsim::set_master(1), bspsim::allow_two_claims(true); },
      .call = request<BSP_GrabBoardMaster>, .out = "ok masters 3 wp 0xC held 0",
-     .trace = "P20 wr e2&08=0 wr e1&10=1 delay 500 wr e1&10=0 wr e2&08=1 V20"},
+     .trace = kGrab},
     {.name = "HeldGrabRequestMovesNothing", .setup = [](B &) { bspsim::hold_request(0, true, true); },
      .call = request<BSP_GrabBoardMaster>, .out = "ok masters 0 wp 0xC held 0",
-     .trace = "P20 wr e2&08=0 wr e1&10=1 delay 500 wr e1&10=0 wr e2&08=1 V20"},
-    {.name = "Abandon", .setup = kMaster0, .call = request<BSP_AbandonBoardMaster>, .out = "ok masters 0 wp 0xC held 0",
-     .trace = "P20 wr e2&04=0 wr e1&08=1 delay 500 wr e1&08=0 wr e2&04=1 V20"},
+     .trace = kGrab},
+    {.name = "Abandon", .setup = kMaster0, .call = request<BSP_AbandonBoardMaster>, .out = "ok masters 0 wp 0xC held 0", .trace = kAbandon},
     {.name = "GrabSemaphoreRefused", .faults = {{Op::SemP, 1, -1, 20}}, .call = request<BSP_GrabBoardMaster>,
      .out = "err masters 0 wp 0xC held 0", .trace = "P20!-1", .log = "0:get BMC_MUTEX_FAN_SYNC_LEVEL fail."},
     {.name = "AbandonSemaphoreRefused", .faults = {{Op::SemP, 1, -1, 20}}, .setup = kMaster0,
@@ -177,7 +172,6 @@ protected:
 TEST_P(MasterBySlot, ShowsWhatItDid) { run(); }
 
 Regs undecided(uint8_t fields) { return {{0x33, 0x03}, {0xDF, 0x0F}, {0xE4, fields}}; }
-const std::string kAbandon = "P20 wr e2&04=0 wr e1&08=1 delay 500 wr e1&08=0 wr e2&04=1 V20";
 
 const CallCase kBySlot[] = {
     // The peer's field decides: master there makes this board slave, slave there master.

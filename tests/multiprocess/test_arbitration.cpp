@@ -47,16 +47,14 @@ void contend(const std::string &profile, uint32_t boards, bool two_claims = fals
             alarm(120);
             bspsim::switch_board(b);
             Tally &t = tallies[b];
-            for (int r = 0; r < kRounds; ++r, t.rounds++) {
-                bool ok = BSP_GrabBoardMaster() == 0;
+            for (bool read = false; t.rounds < kRounds; t.rounds++) {
                 uint32_t role = 2;
-                ok = BSP_GetBoardMasterOrSlaveState(&role) == 0 && ok;
+                const bool ok = BSP_GrabBoardMaster() == 0 && BSP_GetBoardMasterOrSlaveState(&role) == 0;
                 t.wins += role == 1;
-                bool read = false;
                 t.two_masters += masters_seen(&read) > 1;
-                ok = BSP_AbandonBoardMaster() == 0 && read && ok;
+                t.failed += !(ok && read && BSP_AbandonBoardMaster() == 0);
                 t.two_masters += masters_seen(&read) > 1;
-                t.failed += !(ok && read);
+                t.failed += !read;
             }
             _exit(0);
         }
