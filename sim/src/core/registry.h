@@ -23,7 +23,8 @@
     X(uart_switch)       \
     X(pcie)              \
     X(ssd)               \
-    X(psu)
+    X(psu)               \
+    X(slots)
 
 namespace bspsim::detail {
 
