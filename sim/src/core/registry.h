@@ -24,6 +24,7 @@
     X(pcie)              \
     X(ssd)               \
     X(psu)               \
+    X(slots)             \
     X(mastership)
 
 namespace bspsim::detail {

@@ -1,26 +1,22 @@
 // What belongs to the whole enclosure rather than to one board: how many boards it holds, the
-// slot each sits in, and which slots hold a controller board (every board's CPLD shows that in
-// register 0x33 bits 0-3). A slot can hold a board no process is attached to: a one-board
-// instance still has its peers.
+// slot each sits in, and which slots hold a controller board (every board's CPLD shows that as
+// its controllers online, rendered by the slots model). A slot can hold a board no process is
+// attached to: a one-board instance still has its peers.
 // [enclosure] boards = how many boards processes can attach to (1 when not said);
 //             slots = the slot of board 0, board 1, ...
-// Presence comes from the profile's value of register 0x33 and changes as boards are added or
-// removed.
+// Which slots hold a board comes from the profile's [slots] and changes as boards are added
+// or removed.
 #include <algorithm>
 #include <cstring>
 
 #include "bspsim/mastership.hpp"
 #include "core/core.h"
 #include "core/section.h"
-#include "models/cpld.h"
 #include "models/enclosure.h"
 #include "models/mastership.h"
 
 namespace bspsim::detail::enclosure {
 namespace {
-
-constexpr uint32_t kPresenceReg = 0x33;
-constexpr uint8_t kPresenceBits = 0x0F;
 
 struct State {
     uint32_t boards;
@@ -34,7 +30,6 @@ void reset()
 {
     st().boards = header().boards;
     for (uint32_t b = 0; b < kMaxBoards; ++b) st().slot[b] = b;
-    cpld::hook(kPresenceReg, ModelId::enclosure, kPresenceBits);
 }
 
 void load(Section &s)
@@ -51,29 +46,22 @@ void load(Section &s)
     });
 }
 
-void reg_write(uint32_t, uint8_t value, uint8_t mask)
-{
-    st().present = static_cast<uint8_t>((st().present & ~mask) | (value & mask));
-}
-
 }  // namespace
 
 uint32_t boards() { return st().boards; }
-uint32_t slot_of(uint32_t board) { return st().slot[board]; }
-bool slot_present(uint32_t slot) { return (st().present >> slot & 1) != 0; }
-void set_slot_present(uint32_t slot, bool present)
+uint32_t slot_of(uint32_t board) { return board < kMaxBoards ? st().slot[board] : 0; }
+void set_slot_of(uint32_t board, uint32_t slot)
 {
-    const auto bit = static_cast<uint8_t>(1u << slot);
-    st().present = static_cast<uint8_t>(present ? st().present | bit : st().present & ~bit);
+    if (board < kMaxBoards) st().slot[board] = slot;
 }
+uint8_t present() { return st().present; }
+void set_present(uint8_t slots) { st().present = slots; }
 
 }  // namespace bspsim::detail::enclosure
 
 namespace bspsim::detail {
 const Model model_enclosure = {.name = "enclosure", .scope = Scope::Enclosure, .size = sizeof(enclosure::State),
-                               .sections = "enclosure", .load = enclosure::load, .reset = enclosure::reset,
-                               .reg_read = [](uint32_t) { return enclosure::st().present; },
-                               .reg_write = enclosure::reg_write};
+                               .sections = "enclosure", .load = enclosure::load, .reset = enclosure::reset};
 }
 
 namespace bspsim {
@@ -105,14 +93,15 @@ bool slot_present(uint32_t slot)
 {
     check_range("slot", slot, enclosure::kSlots);
     Lock lock;
-    return enclosure::slot_present(slot);
+    return (enclosure::present() >> slot & 1) != 0;
 }
 
 void set_slot_present(uint32_t slot, bool present)
 {
     check_range("slot", slot, enclosure::kSlots);
     Lock lock;
-    enclosure::set_slot_present(slot, present);
+    const auto bit = static_cast<uint8_t>(1u << slot);
+    enclosure::set_present(static_cast<uint8_t>(present ? enclosure::present() | bit : enclosure::present() & ~bit));
     // A board taken out no longer holds mastership.
     if (!present) detail::mastership_board_removed(slot);
     record_change(slot, present, std::string("board ") + std::to_string(slot) + (present ? " add" : " remove"));

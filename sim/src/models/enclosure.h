@@ -10,9 +10,12 @@ namespace bspsim::detail::enclosure {
 inline constexpr uint32_t kSlots = 4;
 
 uint32_t boards();
+// The slot of board `board` of the enclosure, and a change of it.
 uint32_t slot_of(uint32_t board);
-bool slot_present(uint32_t slot);
-void set_slot_present(uint32_t slot, bool present);
+void set_slot_of(uint32_t board, uint32_t slot);
+// The slots that hold a controller board, one bit per slot.
+uint8_t present();
+void set_present(uint8_t slots);
 
 }  // namespace bspsim::detail::enclosure
 

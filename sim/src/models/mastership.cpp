@@ -50,7 +50,7 @@ State &st() { return region<State>(ModelId::mastership); }
 uint8_t field(uint32_t slot)
 {
     if (st().forced >> slot & 1) return st().forced_field[slot];
-    if (!enclosure::slot_present(slot)) return kFieldEmpty;
+    if (!(enclosure::present() >> slot & 1)) return kFieldEmpty;
     return (st().masters >> slot & 1) ? kFieldMaster : kFieldSlave;
 }
 
@@ -90,7 +90,7 @@ void request_done(uint32_t board, uint8_t bit)
     const auto own = static_cast<uint8_t>(1u << slot);
     if (bit == kAbandonBit) {
         set_masters(static_cast<uint8_t>(st().masters & ~own));
-    } else if ((st().masters == 0 || st().two_claims) && enclosure::slot_present(slot)) {
+    } else if ((st().masters == 0 || st().two_claims) && (enclosure::present() >> slot & 1)) {
         set_masters(static_cast<uint8_t>(st().masters | own));
     }
 }
