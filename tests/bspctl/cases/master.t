@@ -100,3 +100,17 @@ the enclosure (-b picks the board by its slot).
     grab     ask the CPLD for mastership; it is granted when no board is master
              (quiet; `bspctl master` shows the outcome)
     abandon  give mastership up (quiet)
+
+## status-picture-shows-the-master
+  $ bspctl -b 1 master grab
+  $ bspctl sim board remove 0
+  $ bspctl -b 1 status | tail -9
+
+  enclosure picture:
+    +----------+----------+
+    | slot 0   | slot 1   |
+    |          | this     |
+    | empty    | master   |
+    +----------+----------+
+    | psu 0 ok | psu 1 ok |
+    +----------+----------+

@@ -38,6 +38,15 @@ bspctl status on every shipped profile, and its JSON document.
   supplies:      0 present ok on, 1 present ok on
   battery:       present, healthy
 
+  enclosure picture (no single master):
+    +----------+----------+
+    | slot 0   | slot 1   |
+    | this     |          |
+    | slave    | slave    |
+    +----------+----------+
+    | psu 0 ok | psu 1 ok |
+    +----------+----------+
+
 ## arm-2u2c
   $ bspctl -p arm-2u2c status
   board id:      0x05
@@ -76,6 +85,15 @@ bspctl status on every shipped profile, and its JSON document.
   supplies:      0 present ok on, 1 present ok on
   battery:       present, healthy
 
+  enclosure picture (no single master):
+    +----------+----------+
+    | slot 0   | slot 1   |
+    | this     |          |
+    | slave    | slave    |
+    +----------+----------+
+    | psu 0 ok | psu 1 ok |
+    +----------+----------+
+
 ## x86-2u
   $ bspctl -p x86-2u status
   board id:      0x2d
@@ -113,6 +131,15 @@ bspctl status on every shipped profile, and its JSON document.
 
   supplies:      0 present ok on, 1 present ok on
   battery:       present, healthy
+
+  enclosure picture (no single master):
+    +----------+----------+
+    | slot 0   | slot 1   |
+    | this     |          |
+    | slave    | slave    |
+    +----------+----------+
+    | psu 0 ok | psu 1 ok |
+    +----------+----------+
 
 ## 4u4c
   $ bspctl -p 4u4c status
@@ -156,6 +183,15 @@ bspctl status on every shipped profile, and its JSON document.
   supplies:      0 present ok on, 1 present ok on, 2 present ok on, 3 present ok on
   battery:       present, healthy
 
+  enclosure picture (no single master):
+    +----------+----------+----------+----------+
+    | slot 0   | slot 1   | slot 2   | slot 3   |
+    | this     |          |          |          |
+    | slave    | slave    | slave    | slave    |
+    +----------+----------+----------+----------+
+    | psu 0 ok | psu 1 ok | psu 2 ok | psu 3 ok |
+    +----------+----------+----------+----------+
+
 ## exp-2u
   $ bspctl -p exp-2u status
   board id:      0x24
@@ -194,6 +230,15 @@ bspctl status on every shipped profile, and its JSON document.
   supplies:      0 present ok on, 1 present ok on
   battery:       healthy
 
+  enclosure picture (no single master):
+    +----------+----------+
+    | slot 0   | slot 1   |
+    | this     |          |
+    | slave    | slave    |
+    +----------+----------+
+    | psu 0 ok | psu 1 ok |
+    +----------+----------+
+
 ## smm
   $ bspctl -p smm status
   board id:      0x81
@@ -230,6 +275,15 @@ bspctl status on every shipped profile, and its JSON document.
 
   supplies:      0 present ok on, 1 present ok on
   battery:       healthy
+
+  enclosure picture (no single master):
+    +----------+----------+
+    | slot 0   | slot 1   |
+    | this     |          |
+    | slave    | slave    |
+    +----------+----------+
+    | psu 0 ok | psu 1 ok |
+    +----------+----------+
 
 ## json-default
   $ bspctl --json status
@@ -268,6 +322,8 @@ bspctl status on every shipped profile, and its JSON document.
       {"index": 0, "present": true, "os_booted": true},
       {"index": 1, "present": true, "os_booted": true}
     ],
+    "this_slot": 0,
+    "master_slot": null,
     "supplies": [
       {"index": 0, "present": true, "alarm": false, "ok": true, "on": true, "valid": true},
       {"index": 1, "present": true, "alarm": false, "ok": true, "on": true, "valid": true}
@@ -310,6 +366,8 @@ bspctl status on every shipped profile, and its JSON document.
       {"index": 0, "present": true, "os_booted": true},
       {"index": 1, "present": true, "os_booted": true}
     ],
+    "this_slot": 0,
+    "master_slot": null,
     "supplies": [
       {"index": 0, "present": true, "alarm": false, "ok": true, "on": true, "valid": true},
       {"index": 1, "present": true, "alarm": false, "ok": true, "on": true, "valid": true}

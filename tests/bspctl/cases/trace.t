@@ -164,6 +164,8 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
       {"index": 0, "present": true, "os_booted": true},
       {"index": 1, "present": true, "os_booted": true}
     ],
+    "this_slot": 0,
+    "master_slot": null,
     "supplies": [
       {"index": 0, "present": true, "alarm": false, "ok": true, "on": true, "valid": true},
       {"index": 1, "present": true, "alarm": false, "ok": true, "on": true, "valid": true}
@@ -334,6 +336,25 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
       "dfl_get_ref cpld1.LBus",
       "dfl_get_name localbus",
       "rd f3=19",
+      "dfl_get_handle cpld1",
+      "dfl_get_ref cpld1.LBus",
+      "dfl_get_name localbus",
+      "rd e4=0a",
+      "dfl_get_handle cpld1",
+      "dfl_get_ref cpld1.LBus",
+      "dfl_get_name localbus",
+      "rd e4=0a",
+      "delay 10",
+      "dfl_get_handle cpld1",
+      "dfl_get_ref cpld1.LBus",
+      "dfl_get_name localbus",
+      "rd e4=0a",
+      "delay 10",
+      "dfl_get_handle cpld1",
+      "dfl_get_ref cpld1.LBus",
+      "dfl_get_name localbus",
+      "rd e4=0a",
+      "delay 10",
       "log 2 bmc_bsp_board.cpp:# get bmc boardid (0x5)",
       "log 1 bmc_bsp_cpld.cpp:# Health status of cpld(0xf) change from 0 to 1, reg[0xfb]=0x0, modules of iocard and disk will stop routine if the cpld is fault.",
       "log 1 bmc_bsp_power.cpp:# Power0 present state change from 0 to 1.",
@@ -346,7 +367,8 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
       "log 0 bmc_bsp_misc.cpp:# /var/log/zelm/dfm_debug_log is not exist.",
       "log 0 bmc_bsp_misc.cpp:# /var/log/zelm/linux_kernel_log is not exist.",
       "log 0 bmc_bsp_misc.cpp:# /var/log/zelm/operate_log is not exist.",
-      "log 1 bmc_bsp_power.cpp:# Bbu(0) status(cpld) change from 0x0 to 0x19."
+      "log 1 bmc_bsp_power.cpp:# Bbu(0) status(cpld) change from 0x0 to 0x19.",
+      "log 1 bmc_bsp_slot.cpp:# Warning: CPLD appear more than one master or slave (2)(2)(0)(0)"
     ]
   }
 
