@@ -331,8 +331,8 @@ int run(const Options &opts, const Args &args)
         print_text(r);
         print_cplds_text(cplds);
         print_ctrl_boards_text(ctrl_boards);
-        print_power_text(supplies, bbu);
         print_picture_text(ctrl_boards, roles, supplies);
+        print_power_text(supplies, bbu);
     }
     return 0;
 }

@@ -103,7 +103,8 @@ An empty name is refused before any board is looked for, so nothing in the home 
     enclosure and board the predicates report, the board-table rows of the id,
     the CPLD count, versions and health, and which controller boards of the
     enclosure are present and have booted, and the state of the power supplies
-    and the backup battery.
+    and the backup battery; then the enclosure as a picture: its slots, which one
+    is this board and which the master, and the supplies.
 
 ## json-help
   $ bspctl --json --help | python3 -c 'import json, sys; print(list(json.load(sys.stdin)))'

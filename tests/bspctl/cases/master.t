@@ -104,7 +104,7 @@ the enclosure (-b picks the board by its slot).
 ## status-picture-shows-the-master
   $ bspctl -b 1 master grab
   $ bspctl sim board remove 0
-  $ bspctl -b 1 status | tail -9
+  $ bspctl -b 1 status | tail -12 | head -9
 
   enclosure picture:
     +----------+----------+

@@ -35,9 +35,6 @@ bspctl status on every shipped profile, and its JSON document.
     board 0: present, OS booted
     board 1: present, OS booted
 
-  supplies:      0 present ok on, 1 present ok on
-  battery:       present, healthy
-
   enclosure picture (no single master):
     +----------+----------+
     | slot 0   | slot 1   |
@@ -46,6 +43,9 @@ bspctl status on every shipped profile, and its JSON document.
     +----------+----------+
     | psu 0 ok | psu 1 ok |
     +----------+----------+
+
+  supplies:      0 present ok on, 1 present ok on
+  battery:       present, healthy
 
 ## arm-2u2c
   $ bspctl -p arm-2u2c status
@@ -82,9 +82,6 @@ bspctl status on every shipped profile, and its JSON document.
     board 0: present, OS booted
     board 1: present, OS booted
 
-  supplies:      0 present ok on, 1 present ok on
-  battery:       present, healthy
-
   enclosure picture (no single master):
     +----------+----------+
     | slot 0   | slot 1   |
@@ -93,6 +90,9 @@ bspctl status on every shipped profile, and its JSON document.
     +----------+----------+
     | psu 0 ok | psu 1 ok |
     +----------+----------+
+
+  supplies:      0 present ok on, 1 present ok on
+  battery:       present, healthy
 
 ## x86-2u
   $ bspctl -p x86-2u status
@@ -129,9 +129,6 @@ bspctl status on every shipped profile, and its JSON document.
     board 0: present, OS booted
     board 1: present, OS booted
 
-  supplies:      0 present ok on, 1 present ok on
-  battery:       present, healthy
-
   enclosure picture (no single master):
     +----------+----------+
     | slot 0   | slot 1   |
@@ -140,6 +137,9 @@ bspctl status on every shipped profile, and its JSON document.
     +----------+----------+
     | psu 0 ok | psu 1 ok |
     +----------+----------+
+
+  supplies:      0 present ok on, 1 present ok on
+  battery:       present, healthy
 
 ## 4u4c
   $ bspctl -p 4u4c status
@@ -180,9 +180,6 @@ bspctl status on every shipped profile, and its JSON document.
     board 2: present, OS booted
     board 3: present, OS booted
 
-  supplies:      0 present ok on, 1 present ok on, 2 present ok on, 3 present ok on
-  battery:       present, healthy
-
   enclosure picture (no single master):
     +----------+----------+----------+----------+
     | slot 0   | slot 1   | slot 2   | slot 3   |
@@ -191,6 +188,9 @@ bspctl status on every shipped profile, and its JSON document.
     +----------+----------+----------+----------+
     | psu 0 ok | psu 1 ok | psu 2 ok | psu 3 ok |
     +----------+----------+----------+----------+
+
+  supplies:      0 present ok on, 1 present ok on, 2 present ok on, 3 present ok on
+  battery:       present, healthy
 
 ## exp-2u
   $ bspctl -p exp-2u status
@@ -227,9 +227,6 @@ bspctl status on every shipped profile, and its JSON document.
     board 0: present, OS not booted
     board 1: present, OS not booted
 
-  supplies:      0 present ok on, 1 present ok on
-  battery:       healthy
-
   enclosure picture (no single master):
     +----------+----------+
     | slot 0   | slot 1   |
@@ -238,6 +235,9 @@ bspctl status on every shipped profile, and its JSON document.
     +----------+----------+
     | psu 0 ok | psu 1 ok |
     +----------+----------+
+
+  supplies:      0 present ok on, 1 present ok on
+  battery:       healthy
 
 ## smm
   $ bspctl -p smm status
@@ -273,9 +273,6 @@ bspctl status on every shipped profile, and its JSON document.
     board 0: present, OS booted
     board 1: present, OS booted
 
-  supplies:      0 present ok on, 1 present ok on
-  battery:       healthy
-
   enclosure picture (no single master):
     +----------+----------+
     | slot 0   | slot 1   |
@@ -284,6 +281,9 @@ bspctl status on every shipped profile, and its JSON document.
     +----------+----------+
     | psu 0 ok | psu 1 ok |
     +----------+----------+
+
+  supplies:      0 present ok on, 1 present ok on
+  battery:       healthy
 
 ## json-default
   $ bspctl --json status
