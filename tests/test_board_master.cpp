@@ -42,8 +42,7 @@ void note_semaphore(const bspsim::LogLine &l)
 template <uint32_t (*Fn)()>
 std::string request(B &b)
 {
-    g_board = &b;
-    bspsim::set_log_observer(note_semaphore);
+    g_board = &b, bspsim::set_log_observer(note_semaphore);
     const uint32_t st = Fn();
     bspsim::set_log_observer(nullptr);
     return res(st) + " masters " + std::to_string(bspsim::master_slots()) + " wp " + bsptest::hex(b.reg(0xE2) & 0x0C) +
@@ -71,24 +70,18 @@ const CallCase kCases[] = {
     {.name = "SmmBoardIsMaster", .profile = "smm", .regs = {{0xDF, 0x06}}, .call = role, .out = "ok 1"},
     {.name = "NullRedressed", .call = BSP_CALL(BSP_GetRedressedMosState(nullptr)), .out = "err"},
     {.name = "CodeTranslation", .call = [](B &) {
-         std::string out = res(BSP_CpldDataChange(nullptr, 9));
-         for (uint8_t code : {9, 6, 0, 0x0F, 0x19}) {
-             uint8_t r = 0xEE;
-             const uint32_t st = BSP_CpldDataChange(&r, code);
-             out += " " + res(st) + " " + std::to_string(r);
-         }
-         return out;
-     }, .out = "err ok 1 ok 0 err 238 err 238 err 238"},
+         uint8_t *g = bsptest::g_out;
+         return bsptest::calls({BSP_CpldDataChange(g, 9), BSP_CpldDataChange(g + 1, 6), BSP_CpldDataChange(g + 2, 0x0F),
+                                BSP_CpldDataChange(g + 2, 0x19), BSP_CpldDataChange(g + 2, 0), BSP_CpldDataChange(nullptr, 9)}, 3);
+     }, .out = "ok ok err err err err 01 00 ee"},
     // The whole pulse, and what the arbitration made of it; a request bit held high never ends it.
     {.name = "GrabWhenNoneIsMaster", .call = request<BSP_GrabBoardMaster>, .out = "ok masters 1 wp 0xC held 0", .trace = kGrab},
     {.name = "GrabWhenAnotherIsMaster", .setup = [](B &) { bspsim::set_master(1); }, .call = request<BSP_GrabBoardMaster>,
      .out = "ok masters 2 wp 0xC held 0", .trace = kGrab},
     {.name = "TwoClaimsFault", .setup = [](B &) { bspsim::set_master(1), bspsim::allow_two_claims(true); },
-     .call = request<BSP_GrabBoardMaster>, .out = "ok masters 3 wp 0xC held 0",
-     .trace = kGrab},
+     .call = request<BSP_GrabBoardMaster>, .out = "ok masters 3 wp 0xC held 0", .trace = kGrab},
     {.name = "HeldGrabRequestMovesNothing", .setup = [](B &) { bspsim::hold_request(0, true, true); },
-     .call = request<BSP_GrabBoardMaster>, .out = "ok masters 0 wp 0xC held 0",
-     .trace = kGrab},
+     .call = request<BSP_GrabBoardMaster>, .out = "ok masters 0 wp 0xC held 0", .trace = kGrab},
     {.name = "Abandon", .setup = kMaster0, .call = request<BSP_AbandonBoardMaster>, .out = "ok masters 0 wp 0xC held 0", .trace = kAbandon},
     {.name = "GrabSemaphoreRefused", .faults = {{Op::SemP, 1, -1, 20}}, .call = request<BSP_GrabBoardMaster>,
      .out = "err masters 0 wp 0xC held 0", .trace = "P20!-1", .log = "0:get BMC_MUTEX_FAN_SYNC_LEVEL fail."},
@@ -149,12 +142,9 @@ TEST_F(MasterWatch, WarnsOncePerPeriod)
     EXPECT_EQ(log_line() + " " + std::to_string(count(Op::LocalBusRead)), warn + " 131");
     BSP_DetectWhetherHasMoreThanOneMos();
     EXPECT_EQ(log_line(), warn + " | " + warn);
-    sim().set_reg(0xE4, 0x09);
-    BSP_DetectWhetherHasMoreThanOneMos();
-    sim().set_reg(0xE4, 0x05);
-    forget();
-    BSP_DetectWhetherHasMoreThanOneMos();
-    BSP_DetectWhetherHasMoreThanOneMos();
+    sim().set_reg(0xE4, 0x09), BSP_DetectWhetherHasMoreThanOneMos();
+    sim().set_reg(0xE4, 0x05), forget();
+    BSP_DetectWhetherHasMoreThanOneMos(), BSP_DetectWhetherHasMoreThanOneMos();
     EXPECT_EQ(log_line(), warn);
 }
 
