@@ -91,6 +91,8 @@ const CallCase kCases[] = {
     // The watch: one master ends an episode silently; a failed (last) read is logged.
     {.name = "WatchOneMaster", .regs = {{0xE4, 0x06}}, .call = BSP_CALLS((BSP_DetectWhetherHasMoreThanOneMos(), 0u)),
      .trace = settled("rd e4=06")},
+    {.name = "WatchNoMaster", .regs = {{0xE4, 0x80}}, .call = BSP_CALLS((BSP_DetectWhetherHasMoreThanOneMos(), 0u)), .trace = settled("rd e4=80"),
+     .log = "0:Warning: CPLD appear more than one master or slave!(0)(0)(0)(2)"},
     {.name = "WatchReadFails", .faults = {{Op::LocalBusRead, 1, -1, 0xE4}}, .call = BSP_CALLS((BSP_DetectWhetherHasMoreThanOneMos(), 0u)),
      .trace = "rd e4=00!-1", .log = "0:read cpld byte error. | 0:Read cpld (0xe4) failed(-1)"},
     {.name = "WatchLastReadFails", .regs = {{0xE4, 0x05}}, .faults = {{.op = Op::LocalBusRead, .skip = 3}},

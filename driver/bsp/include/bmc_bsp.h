@@ -663,8 +663,8 @@ BSP_API uint32_t BSP_GetBoardMasterOrSlaveState(uint32_t *role);
  * presence or fields cannot be read, a field is a fault, or several are master; `*role` is
  * then untouched. */
 BSP_API uint32_t BSP_GetRedressedMosState(uint8_t *role);
-/* Role code to role: 9 gives 1, 6 gives 0 and 0; any other code, or a null pointer, gives
- * 0xFFFFFFFF and leaves `*role` untouched. */
+/* Role code to role: 9 gives 1 (master), 6 gives 0 (slave), both with status 0; any other
+ * code, or a null pointer, gives 0xFFFFFFFF and leaves `*role` untouched. */
 BSP_API uint32_t BSP_CpldDataChange(uint8_t *role, uint8_t code);
 
 /* ============================================================== enclosure configuration */
