@@ -20,6 +20,7 @@ struct Options {
     bool trace = false;
     bool verify = true;  // writes read the value back and fail when it did not stick
     std::string profile = "default";
+    std::optional<uint32_t> slot;  // -b: the board of the enclosure in this slot
 };
 
 using Args = std::vector<std::string>;

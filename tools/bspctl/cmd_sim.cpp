@@ -8,7 +8,8 @@
 
 namespace bspctl {
 
-int sim_psu(const Options &opts, const Args &args);  // cmd_psu.cpp
+int sim_psu(const Options &opts, const Args &args);    // cmd_psu.cpp
+int sim_board(const Options &opts, const Args &args);  // cmd_master.cpp
 
 namespace {
 
@@ -30,7 +31,8 @@ int run(const Options &opts, const Args &args)
 {
     if (!args.empty() && args[0] == "psu") return sim_psu(opts, Args(args.begin() + 1, args.end()));
     if (!args.empty() && args[0] == "rail") return rail(args);
-    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu|rail", "sim");
+    if (!args.empty() && args[0] == "board") return sim_board(opts, Args(args.begin() + 1, args.end()));
+    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu|rail|board", "sim");
     if (args[0] == "reset") {
         std::string dir = bspsim::reset_persistent(opts.profile);
         if (opts.json) {
@@ -58,19 +60,22 @@ int run(const Options &opts, const Args &args)
         }
         return 0;
     }
-    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where|psu|rail)", "sim");
+    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where|psu|rail|board)", "sim");
 }
 
-const Register reg({"sim", "manage the simulated board (reset, profiles, where, psu, rail)",
+const Register reg({"sim", "manage the simulated board (reset, profiles, where, psu, rail, board)",
                     "usage: bspctl [-p PROFILE] [--json] sim reset|profiles|where\n"
                     "       bspctl [-p PROFILE] [--json] sim psu N present|absent|alarm|ok|fail|glitch [COUNT]\n"
                     "       bspctl [-p PROFILE] [--json] sim rail REG BIT 0|1|free\n"
+                    "       bspctl [-p PROFILE] [--json] sim board add|remove SLOT\n"
                     "  reset     restore the board of PROFILE (or of BSPSIM_INSTANCE) from its profile\n"
                     "  profiles  list the shipped board profiles\n"
                     "  where     print the directory of the simulated board\n"
                     "  psu       pull or insert supply N, raise its alarm, make it fail (no power-ok,\n"
                     "            alarm) or ok again, or make its next COUNT (1) reads show an invalid code\n"
-                    "  rail      hold a rail or front power bit of the board at 0 or 1, or let it go\n",
+                    "  rail      hold a rail or front power bit of the board at 0 or 1, or let it go\n"
+                    "  board     put a controller board into SLOT (0 to 3) or take it out; one taken\n"
+                    "            out is master no more\n",
                     run});
 
 }  // namespace

@@ -193,6 +193,64 @@ void print_ctrl_boards_json(const std::vector<CtrlBoard> &boards)
     std::printf("\n  ]");
 }
 
+// ------------------------------------------------------------ the enclosure as a picture
+
+// Which slot this board holds and which holds mastership; nullopt where the library cannot say.
+struct Roles {
+    std::optional<uint32_t> own, master;
+};
+
+Roles collect_roles()
+{
+    Roles r;
+    uint8_t own = 0;
+    if (BSP_GetBoardSlot(&own) == 0) r.own = own;
+    uint32_t master = 0;
+    if (BSP_GetMasterBoardSlot(&master) == 0) r.master = master;
+    return r;
+}
+
+// One row of cells, 10 columns each, between bars.
+void print_cells(const std::vector<std::string> &cells)
+{
+    std::string line = "  |";
+    for (const std::string &c : cells) line += " " + c + std::string(c.size() < 9 ? 9 - c.size() : 0, ' ') + "|";
+    std::printf("%s\n", line.c_str());
+}
+
+void print_rule(size_t cells)
+{
+    std::string line = "  +";
+    for (size_t i = 0; i < cells; ++i) line += "----------+";
+    std::printf("%s\n", line.c_str());
+}
+
+// The slots side by side (this board, the master, empty slots), the supplies underneath.
+void print_picture_text(const std::vector<CtrlBoard> &boards, const Roles &roles, const std::vector<SupplyReport> &supplies)
+{
+    std::vector<std::string> slot, who, role, psu;
+    for (const CtrlBoard &b : boards) {
+        slot.push_back("slot " + std::to_string(b.index));
+        who.push_back(roles.own == b.index ? "this" : "");
+        role.push_back(!b.present ? "?" : !*b.present ? "empty" : roles.master == b.index ? "master" : "slave");
+    }
+    for (const SupplyReport &s : supplies) {
+        psu.push_back("psu " + std::to_string(s.index) + (!s.present.value ? " out" : s.ok.value ? " ok" : " bad"));
+    }
+    std::printf("\nenclosure picture%s:\n", roles.master ? "" : " (no single master)");
+    print_rule(slot.size());
+    for (const auto *row : {&slot, &who, &role}) print_cells(*row);
+    print_rule(slot.size());
+    print_cells(psu);
+    print_rule(psu.size());
+}
+
+void print_picture_json(const std::vector<CtrlBoard> &boards, const Roles &roles)
+{
+    auto slot = [](const std::optional<uint32_t> &v) { return v ? std::to_string(*v) : std::string("null"); };
+    std::printf(",\n  \"this_slot\": %s,\n  \"master_slot\": %s", slot(roles.own).c_str(), slot(roles.master).c_str());
+}
+
 // ------------------------------------------------------------------ the board's CPLDs
 
 struct Cplds {
@@ -263,12 +321,14 @@ int run(const Options &opts, const Args &args)
     const std::vector<SupplyReport> supplies = collect_supplies();
     const BbuReport bbu = collect_bbu();
     const PowerReport power = collect_power(false);
+    const Roles roles = collect_roles();
     if (opts.json) {
         print_json(r);
         print_cplds_json(cplds);
         std::printf(",\n  \"power\": {\"state\": \"%s\", \"standby\": %s, \"rails_ok\": %s}", power.state(),
                     json_flag(power.standby), json_verdict(power));
         print_ctrl_boards_json(ctrl_boards);
+        print_picture_json(ctrl_boards, roles);
         print_power_json(supplies, bbu);
         std::printf("\n}\n");
     } else {
@@ -277,6 +337,7 @@ int run(const Options &opts, const Args &args)
         std::printf("power:         %s, standby %s, rails %s\n", power.state(), yes_no(power.standby),
                     power.verdict().c_str());
         print_ctrl_boards_text(ctrl_boards);
+        print_picture_text(ctrl_boards, roles, supplies);
         print_power_text(supplies, bbu);
     }
     return 0;
@@ -288,7 +349,9 @@ const Register reg({"status", "report what board this is",
                     "  enclosure and board the predicates report, the board-table rows of the id,\n"
                     "  the CPLD count, versions and health, the board's power (standby, the verdict\n"
                     "  of its rail check), which controller boards of the enclosure are present and\n"
-                    "  have booted, and the state of the power supplies and the backup battery.\n",
+                    "  have booted, and the state of the power supplies and the backup battery; then\n"
+                    "  the enclosure as a picture: its slots, which one is this board and which the\n"
+                    "  master, and the supplies.\n",
                     run});
 
 }  // namespace

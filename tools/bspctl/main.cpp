@@ -11,6 +11,7 @@
 #include <string>
 
 #include "bspctl.h"
+#include "bspsim/mastership.hpp"
 #include "bspsim/sim.hpp"
 
 namespace bspctl {
@@ -42,7 +43,7 @@ void record_error(const std::string &message, const std::string &fields)
 std::string usage()
 {
     std::string text =
-        "usage: bspctl [-p PROFILE] [--json] [--trace] [--no-verify] [-v] COMMAND [ARGS...]\n"
+        "usage: bspctl [-p PROFILE] [-b SLOT] [--json] [--trace] [--no-verify] [-v] COMMAND [ARGS...]\n"
         "\n"
         "Board support tool. On a host it runs on a simulated board: the persistent\n"
         "instance of PROFILE, or the one BSPSIM_INSTANCE names.\n"
@@ -50,6 +51,8 @@ std::string usage()
         "options (also accepted after the command):\n"
         "  -p, --profile NAME  board profile to run on (see `bspctl sim profiles`); without\n"
         "                      it, $BSPSIM_PROFILE when set, else \"default\"\n"
+        "  -b, --board SLOT    the board of the enclosure in SLOT (0 to 3); without it, the\n"
+        "                      first board ($BSPSIM_BOARD picks another)\n"
         "      --json          machine-readable output: one JSON document per run, errors\n"
         "                      included ({\"error\": ...})\n"
         "      --trace         after the output, every platform call the command made\n"
@@ -100,6 +103,14 @@ OptionResult take_option(const Args &args, size_t &i, Options &opts)
         opts.verify = false;
     } else if (a == "-h" || a == "--help") {
         return OptionResult::Help;
+    } else if (a == "-b" || a == "--board") {
+        std::optional<uint64_t> slot = i + 1 < args.size() ? parse_number(args[i + 1], 3) : std::nullopt;
+        if (!slot) {
+            usage_error("option " + a + " needs a slot, 0 to 3");
+            return OptionResult::Error;
+        }
+        opts.slot = static_cast<uint32_t>(*slot);
+        ++i;
     } else if (a == "-p" || a == "--profile" || a.rfind("--profile=", 0) == 0) {
         std::string value;
         if (a[1] != '-' || a.find('=') == std::string::npos) {
@@ -171,6 +182,18 @@ struct Run {
     bspsim::RecordMark mark;
 };
 
+// This process becomes the enclosure's board in `slot`; false when no board sits there.
+bool attach_slot(uint32_t slot)
+{
+    for (uint32_t b = 0; b < bspsim::board_count(); ++b) {
+        if (bspsim::slot_of_board(b) == slot) {
+            bspsim::switch_board(b);
+            return true;
+        }
+    }
+    return false;
+}
+
 int dispatch(Run &run, const Args &argv)
 {
     Options &opts = run.opts;
@@ -207,6 +230,10 @@ int dispatch(Run &run, const Args &argv)
     // The sim command manages boards itself; the others run on the board of the profile.
     if (name != "sim" && (cmd->needs_board || opts.trace)) {
         bspsim::attach_persistent(opts.profile);
+        if (opts.slot && !attach_slot(*opts.slot)) {
+            return fail("no board in slot " + std::to_string(*opts.slot) + " of this enclosure (boards: " +
+                        std::to_string(bspsim::board_count()) + ")");
+        }
         run.mark = bspsim::record_mark();
         run.attached = true;
     }

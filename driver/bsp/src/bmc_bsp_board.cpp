@@ -13,6 +13,7 @@
 #include "core/cache.h"
 #include "core/cpld_regs.h"
 #include "core/log.h"
+#include "core/sem_guard.h"
 #include "core/status.h"
 #include "core/sysinfo.h"
 #include "platform/gpio.h"
@@ -532,6 +533,170 @@ uint32_t BSP_IsCtrlBoardPresent(uint8_t board)
         return present == 1 ? 1 : 0;
     }
     return g_ctrl_present[board].load(std::memory_order_relaxed) != 0 ? 1 : 0;
+}
+
+}  // extern "C"
+
+// =============================================================== master/slave arbitration
+//
+// The CPLD arbitrates: a board asks for mastership, or gives it up, by pulsing a request bit
+// that a write protect guards, and shows each board's role in its registers.
+
+namespace {
+
+constexpr uint32_t kOwnRoleReg = 0xDF;
+constexpr uint8_t kOwnRoleMask = 0x0F;
+constexpr uint8_t kRoleCodeMaster = 9;
+constexpr uint8_t kRoleCodeSlave = 6;
+constexpr uint8_t kRoleSlave = 0;
+constexpr uint8_t kRoleMaster = 1;
+constexpr uint8_t kRoleUnknown = 2;
+constexpr int kRoleDebounceReads = 3;
+constexpr uint32_t kRoleDebounceMs = 10;
+constexpr uint32_t kRequestPulseMs = 500;
+
+// The role last reported; a different reading is read again before it is believed.
+std::atomic<uint8_t> g_last_role{kRoleUnknown};
+
+// One write of a request sequence and what its failure logs.
+struct RequestStep {
+    uint32_t reg;
+    uint32_t bit;
+    uint8_t value;
+    const char *fail;
+};
+
+// Open the request's write protect, raise the request, (pulse time), drop it, protect again.
+// A failure from the raise on leaves the protect open: the CPLD is left in the state reached.
+constexpr size_t kPulseAfterStep = 1;
+using RequestSteps = std::array<RequestStep, 4>;
+
+constexpr RequestSteps kGrabSteps = {{
+    {0xE2, 3, 0, "Fail to close write protect of grab master error[%d]."},
+    {0xE1, 4, 1, "Fail to grab master error[%d]."},
+    {0xE1, 4, 0, "Fail to recover value after grab master error[%d]."},
+    {0xE2, 3, 1, "Fail to open write protect of grab master error[%d]."},
+}};
+
+constexpr RequestSteps kAbandonSteps = {{
+    {0xE2, 2, 0, "Fail to close write protect of abandon master error[%d]."},
+    {0xE1, 3, 1, "Fail to abandon master error[%d]."},
+    {0xE1, 3, 0, "Fail to recover value after abandon master error[%d]."},
+    {0xE2, 2, 1, "Fail to open write protect of abandon master error[%d]."},
+}};
+
+uint32_t master_request(const RequestSteps &steps)
+{
+    bsp::SemGuard sem(bsp::kSemMastership);
+    if (!sem.held()) {
+        BSP_LOG(kLogError, "get BMC_MUTEX_FAN_SYNC_LEVEL fail.");
+        return kErr;
+    }
+    for (size_t i = 0; i < steps.size(); ++i) {
+        const RequestStep &s = steps[i];
+        if (uint32_t ret = BSP_WriteCpldBit(s.reg, s.bit, s.value); ret != kOk) {
+            (void)sem.release();
+            BSP_LOG(kLogError, s.fail, static_cast<int32_t>(ret));
+            return ret;
+        }
+        if (i == kPulseAfterStep) vos_task_delay(kRequestPulseMs);
+    }
+    return kOk;
+}
+
+// The own role code as a role, into `role` (left alone for an undecided code); false then.
+bool read_own_role(uint8_t &role)
+{
+    return BSP_CpldDataChange(&role, static_cast<uint8_t>(byte_or_zero(kOwnRoleReg) & kOwnRoleMask)) == kOk;
+}
+
+}  // namespace
+
+extern "C" {
+
+uint32_t BSP_CpldDataChange(uint8_t *role, uint8_t code)
+{
+    if (role == nullptr) return kErr;
+    if (code == kRoleCodeMaster) {
+        *role = kRoleMaster;
+    } else if (code == kRoleCodeSlave) {
+        *role = kRoleSlave;
+    } else {
+        return kErr;
+    }
+    return kOk;
+}
+
+uint32_t BSP_GrabBoardMaster(void) { return master_request(kGrabSteps); }
+
+uint32_t BSP_AbandonBoardMaster(void) { return master_request(kAbandonSteps); }
+
+uint32_t BSP_SMMAbandonMaster(void)
+{
+    uint8_t slot = 0;
+    if (int32_t ret = BSP_GetBoardSlot(&slot); ret != 0) {
+        BSP_LOG(kLogError, "Get master ctrl board solt id failed[%d]!", ret);
+        return kErr;
+    }
+    if (BSP_Is2U2CBoard()) {
+        // Never give mastership up with no board to take it; a failed query reads absent.
+        uint8_t present = 0;
+        (void)BSP_GetCtrlBoardPresent(static_cast<uint8_t>((slot + 1) & 1), &present);
+        if (present == 0) return kErr;
+    }
+    return BSP_AbandonBoardMaster();
+}
+
+uint32_t BSP_GetRedressedMosState(uint8_t *role)
+{
+    if (role == nullptr) return kErr;
+    const uint32_t boards = BSP_GetCtrlBoardNum();
+    uint8_t slot = 0;
+    if (int32_t ret = BSP_GetBoardSlot(&slot); ret != 0) return static_cast<uint32_t>(ret);
+    uint8_t fields = 0;
+    if (uint32_t ret = BSP_ReadCpldBytes(bsp::kRoleFieldsReg, 1, &fields); ret != kOk) return ret;
+    uint32_t masters = 0;
+    for (uint32_t i = 0; i < boards; ++i) {
+        uint8_t present = 0;
+        if (uint32_t ret = BSP_GetCtrlBoardPresent(static_cast<uint8_t>(i), &present); ret != kOk) return ret;
+        if (i == slot || present == 0) continue;
+        const uint8_t field = bsp::role_field(fields, i);
+        if (field == bsp::kRoleFieldMaster) {
+            ++masters;
+        } else if (field != bsp::kRoleFieldSlave) {
+            return kErr;
+        }
+    }
+    if (masters > 1) return kErr;
+    *role = masters == 0 ? kRoleMaster : kRoleSlave;
+    return kOk;
+}
+
+uint32_t BSP_GetBoardMasterOrSlaveState(uint32_t *role)
+{
+    if (role == nullptr) {
+        BSP_LOG(kLogError, "Input para err");
+        return kErr;
+    }
+    if (BSP_IsSmmBoard()) {
+        *role = kRoleMaster;
+        return kOk;
+    }
+    uint8_t found = kRoleUnknown;
+    bool decided = read_own_role(found);
+    if (found != g_last_role.load(std::memory_order_relaxed)) {
+        for (int i = 0; i < kRoleDebounceReads; ++i) {
+            decided = read_own_role(found);
+            vos_task_delay(kRoleDebounceMs);
+        }
+    }
+    if (!decided) {
+        if (uint32_t ret = BSP_GetRedressedMosState(&found); ret != kOk) return ret;
+    }
+    *role = found;
+    g_last_role.store(found, std::memory_order_relaxed);
+    BSP_DetectWhetherHasMoreThanOneMos();
+    return kOk;
 }
 
 }  // extern "C"

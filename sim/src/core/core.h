@@ -21,7 +21,7 @@ namespace bspsim::detail {
 
 inline constexpr uint32_t kMagic = 0x53505342u;  // "BSPS"
 // Raised whenever a region's layout changes in a way its size does not show.
-inline constexpr uint32_t kLayoutVersion = 5;
+inline constexpr uint32_t kLayoutVersion = 7;
 inline constexpr uint32_t kMaxBoards = 8;
 
 inline constexpr size_t kNameLen = 64;
@@ -202,10 +202,17 @@ std::string resolve_profile(const std::string &profile);
 // Zeroes the board regions, runs each model's reset and applies the profile (lock held or the
 // mapping not yet shared). Throws Error for a bad profile.
 void load_board(const std::string &profile_path);
+// How many boards the profile's enclosure holds ([enclosure] boards, 1 when not said).
+uint32_t profile_boards(const std::string &profile_path);
+// load_board for every board of the enclosure, each as itself.
+void load_enclosure(const std::string &profile_path);
+// While >= 0, the board this thread works on instead of the attached one.
+void set_working_board(int board);
 // Back to the profile's contents: clears records, faults and scripts too (lock held).
 void reset_instance();
 void attach(const std::string &dir);
 void detach();
+void attach_board(uint32_t board);
 void remove_instance(const std::string &dir);
 
 // Maps a fixed platform path onto the instance directory ("" when the path is not mapped).

@@ -36,13 +36,14 @@ uint32_t g_board = 0;
 std::string g_dir;
 // A mapping being built by this thread, before any process can see it.
 thread_local uint8_t *t_building = nullptr;
+thread_local int t_working_board = -1;
 
 std::string state_file(const std::string &dir) { return dir + "/state"; }
 std::string errno_text() { return std::strerror(errno); }
 
 constexpr size_t round_up(size_t n) { return (n + 63) & ~size_t{63}; }
 
-// Enclosure regions first, then one block of board regions per board.
+// Enclosure regions first, then one block of board regions per board, the last board first.
 struct Layout {
     size_t offset[kModelCount] = {};
     size_t boards_at = 0;
@@ -171,7 +172,7 @@ int build_instance(const std::string &dir, const std::string &profile)
     std::string tmp = state_file(dir) + ".new";
     int fd = real_open(tmp.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     if (fd < 0) throw Error("cannot create " + tmp + ": " + errno_text());
-    const uint32_t boards = 1;
+    const uint32_t boards = profile_boards(path);
     size_t size = layout().size(boards);
     void *p = ftruncate(fd, static_cast<off_t>(size)) == 0
                   ? mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0)
@@ -193,7 +194,7 @@ int build_instance(const std::string &dir, const std::string &profile)
         pthread_mutex_init(&c.lock, &attr);
         pthread_mutexattr_destroy(&attr);
         set_text(c.profile, path);
-        load_board(path);
+        load_enclosure(path);
         semid = make_semaphores(boards);
         h.semid = semid;
         h.version = kLayoutVersion;
@@ -357,13 +358,22 @@ uint8_t *mapping()
     return g_map.load(std::memory_order_acquire);
 }
 
-uint32_t board_index() { return t_building ? 0 : g_board; }
+uint32_t board_index()
+{
+    if (t_working_board >= 0) return static_cast<uint32_t>(t_working_board);
+    return t_building ? 0 : g_board;
+}
+
+void set_working_board(int board) { t_working_board = board; }
 
 size_t region_offset(ModelId id, uint32_t board)
 {
     const Layout &l = layout();
     auto i = static_cast<size_t>(id);
-    return model(id).scope == Scope::Board ? l.boards_at + l.board_size * board + l.offset[i] : l.offset[i];
+    if (model(id).scope != Scope::Board) return l.offset[i];
+    // The boards' blocks in reverse: board 0 ends the file whatever the enclosure's size, as it
+    // does in a one-board enclosure.
+    return l.boards_at + l.board_size * (header().boards - 1 - board) + l.offset[i];
 }
 
 const std::string &instance_dir()
@@ -418,6 +428,17 @@ void attach(const std::string &dir)
     g_size = size;
     g_board = board;
     g_dir = dir;
+}
+
+void attach_board(uint32_t board)
+{
+    mapping();
+    std::lock_guard<std::mutex> guard(g_attach_mutex);
+    if (uint32_t boards = header().boards; board >= boards) {
+        throw Error("board " + std::to_string(board) + ": the enclosure in " + g_dir + " has " + std::to_string(boards) +
+                    " board(s)");
+    }
+    g_board = board;
 }
 
 void detach()

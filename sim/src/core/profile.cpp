@@ -152,6 +152,42 @@ void load_board(const std::string &profile_path)
     apply_profile(profile_path, 0);
 }
 
+uint32_t profile_boards(const std::string &profile_path)
+{
+    std::string path = profile_path;
+    for (int depth = 0; depth <= 8; ++depth) {
+        g_autoptr(GKeyFile) kf = g_key_file_new();
+        if (!g_key_file_load_from_file(kf, path.c_str(), G_KEY_FILE_NONE, nullptr)) return 1;
+        if (g_autofree gchar *n = g_key_file_get_value(kf, "enclosure", "boards", nullptr)) {
+            char *end = nullptr;
+            unsigned long boards = std::strtoul(g_strstrip(n), &end, 0);
+            if (*end != '\0' || boards < 1 || boards > kMaxBoards) {
+                throw Error("profile " + path + ": [enclosure] boards must be 1 to " + std::to_string(kMaxBoards));
+            }
+            return static_cast<uint32_t>(boards);
+        }
+        g_autofree gchar *base = g_key_file_get_string(kf, "profile", "base", nullptr);
+        if (!base) return 1;
+        path = resolve_profile(base);
+    }
+    return 1;
+}
+
+void load_enclosure(const std::string &profile_path)
+{
+    const uint32_t boards = header().boards;
+    try {
+        for (uint32_t b = 0; b < boards; ++b) {
+            set_working_board(static_cast<int>(b));
+            load_board(profile_path);
+        }
+    } catch (...) {
+        set_working_board(-1);
+        throw;
+    }
+    set_working_board(-1);
+}
+
 void reset_instance()
 {
     CoreState &c = core();
@@ -160,7 +196,7 @@ void reset_instance()
     c.log_count = 0;
     std::memset(c.faults, 0, sizeof c.faults);
     std::memset(c.scripts, 0, sizeof c.scripts);
-    load_board(std::string(text(c.profile)));
+    load_enclosure(std::string(text(c.profile)));
 }
 
 }  // namespace bspsim::detail

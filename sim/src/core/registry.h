@@ -24,7 +24,9 @@
     X(pcie)              \
     X(ssd)               \
     X(psu)               \
-    X(board_power)
+    X(board_power)       \
+    X(slots)             \
+    X(mastership)
 
 namespace bspsim::detail {
 
@@ -55,6 +57,9 @@ struct Model {
     // A model that renders bits of CPLD registers: the value of the bits it owns, and a write.
     uint8_t (*reg_read)(uint32_t addr) = nullptr;
     void (*reg_write)(uint32_t addr, uint8_t value, uint8_t mask) = nullptr;
+    // Of the bits it renders, those that refuse a write right now (write protection it keeps
+    // itself); nullptr: none ever do.
+    uint8_t (*reg_closed)(uint32_t addr) = nullptr;
 };
 
 #define BSPSIM_MODEL_DECL(id) extern const Model model_##id;

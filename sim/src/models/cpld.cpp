@@ -50,12 +50,28 @@ const Model *hook_owner(const RegDef &d)
 }
 
 // Bits of `addr` that nothing may change right now.
-uint8_t closed_bits(const RegDef &d)
+uint8_t closed_bits(uint32_t addr, const RegDef &d)
 {
     if (d.kind == kReadOnly) return 0xFF;
-    if (d.wp_mask == 0 || d.guard >= kRegs) return 0;
-    if (d.per_bit) return static_cast<uint8_t>(d.wp_mask & d.guard_mask & (st().regs[d.guard] ^ d.open_value));
-    return (st().regs[d.guard] & d.guard_mask) != d.open_value ? d.wp_mask : 0;
+    uint8_t closed = 0;
+    if (const Model *m = hook_owner(d); m && m->reg_closed) closed = static_cast<uint8_t>(m->reg_closed(addr) & d.hook_bits);
+    if (d.wp_mask == 0 || d.guard >= kRegs) return closed;
+    if (d.per_bit) return static_cast<uint8_t>(closed | (d.wp_mask & d.guard_mask & (st().regs[d.guard] ^ d.open_value)));
+    return static_cast<uint8_t>(closed | ((st().regs[d.guard] & d.guard_mask) != d.open_value ? d.wp_mask : 0));
+}
+
+thread_local bool t_back_door = false;
+
+// Sets a register as the back door does: bits a model renders are that model's state.
+void set_through_hooks(uint32_t addr, uint8_t value)
+{
+    st().regs[addr] = value;
+    const RegDef &d = st().map[addr];
+    if (const Model *m = hook_owner(d)) {
+        t_back_door = true;
+        m->reg_write(addr, value, d.hook_bits);
+        t_back_door = false;
+    }
 }
 
 // "ADDR [ro|w1c|selftest|plain] [protect|protect-bits MASK GUARD GUARD_MASK OPEN] [reset VALUE]"
@@ -103,7 +119,8 @@ void load(Section &s)
     if (std::strcmp(s.name(), "cpld") == 0) {
         s.each([&](const char *key, const char *value) {
             uint32_t addr = s.number(key, kRegs, "register");
-            st().regs[addr] = st().map[addr].reset = static_cast<uint8_t>(s.number(value, 0x100, "register value"));
+            st().map[addr].reset = static_cast<uint8_t>(s.number(value, 0x100, "register value"));
+            set_through_hooks(addr, st().map[addr].reset);
         });
         return;
     }
@@ -121,10 +138,6 @@ uint32_t spi_addr(const SpiRequest *req) { return req && req->cmd ? (uint32_t{re
 }  // namespace
 
 uint8_t stored(uint32_t addr) { return st().regs[addr]; }
-
-namespace {
-thread_local bool t_back_door = false;
-}
 
 bool back_door() { return t_back_door; }
 
@@ -170,7 +183,7 @@ uint8_t read(uint32_t addr)
 bool write(uint32_t addr, uint8_t value, uint8_t mask)
 {
     const RegDef &d = st().map[addr];
-    uint8_t closed = closed_bits(d);
+    uint8_t closed = closed_bits(addr, d);
     auto allowed = static_cast<uint8_t>(mask & ~closed);
     if (const Model *m = hook_owner(d)) {
         if (allowed & d.hook_bits) m->reg_write(addr, value, allowed & d.hook_bits);
@@ -249,14 +262,8 @@ void Board::set_reg(uint32_t addr, uint8_t value)
 {
     check_range("CPLD register", addr, cpld::kRegs);
     Lock lock;
-    cpld::st().regs[addr] = value;
     // Bits a model renders are that model's state: the back door sets them there, unrecorded.
-    const cpld::RegDef &d = cpld::st().map[addr];
-    if (const Model *m = cpld::hook_owner(d)) {
-        cpld::t_back_door = true;
-        m->reg_write(addr, value, d.hook_bits);
-        cpld::t_back_door = false;
-    }
+    cpld::set_through_hooks(addr, value);
 }
 
 void Board::map_register(const std::string &name, const std::string &definition)

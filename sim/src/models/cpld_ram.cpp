@@ -3,6 +3,7 @@
 // model through the register file's hook.
 #include "core/section.h"
 #include "models/cpld.h"
+#include "models/cpld_ram.h"
 
 namespace bspsim::detail::cpld_ram {
 namespace {
@@ -33,6 +34,9 @@ void load(Section &s)
 }
 
 }  // namespace
+
+void put(uint32_t addr, uint8_t value) { cell(addr) = value; }
+
 }  // namespace bspsim::detail::cpld_ram
 
 namespace bspsim::detail {

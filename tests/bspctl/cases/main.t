@@ -63,7 +63,7 @@ An empty name is refused before any board is looked for, so nothing in the home 
 
 ## help
   $ bspctl --help
-  usage: bspctl [-p PROFILE] [--json] [--trace] [--no-verify] [-v] COMMAND [ARGS...]
+  usage: bspctl [-p PROFILE] [-b SLOT] [--json] [--trace] [--no-verify] [-v] COMMAND [ARGS...]
 
   Board support tool. On a host it runs on a simulated board: the persistent
   instance of PROFILE, or the one BSPSIM_INSTANCE names.
@@ -71,6 +71,8 @@ An empty name is refused before any board is looked for, so nothing in the home 
   options (also accepted after the command):
     -p, --profile NAME  board profile to run on (see `bspctl sim profiles`); without
                         it, $BSPSIM_PROFILE when set, else "default"
+    -b, --board SLOT    the board of the enclosure in SLOT (0 to 3); without it, the
+                        first board ($BSPSIM_BOARD picks another)
         --json          machine-readable output: one JSON document per run, errors
                         included ({"error": ...})
         --trace         after the output, every platform call the command made
@@ -86,11 +88,12 @@ An empty name is refused before any board is looked for, so nothing in the home 
     cpld       read and write CPLD registers
     crc32      checksum of a file, as cksum prints it
     led        list, read or switch the enclosure and board LEDs
+    master     this board's role; grab or give up mastership
     pcie       enable the PCIe cores or hold them off
     power      show the board's power, or press the soft power button
     psu        power supplies and backup battery (table, watch)
     ram        dump and write the CPLD RAM
-    sim        manage the simulated board (reset, profiles, where, psu, rail)
+    sim        manage the simulated board (reset, profiles, where, psu, rail, board)
     ssd        list, read or record the SSD online bits
     status     report what board this is
     uart       print or switch the port the BMC's UART is routed to
@@ -101,7 +104,9 @@ An empty name is refused before any board is looked for, so nothing in the home 
     enclosure and board the predicates report, the board-table rows of the id,
     the CPLD count, versions and health, the board's power (standby, the verdict
     of its rail check), which controller boards of the enclosure are present and
-    have booted, and the state of the power supplies and the backup battery.
+    have booted, and the state of the power supplies and the backup battery; then
+    the enclosure as a picture: its slots, which one is this board and which the
+    master, and the supplies.
 
 ## json-help
   $ bspctl --json --help | python3 -c 'import json, sys; print(list(json.load(sys.stdin)))'

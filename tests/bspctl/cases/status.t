@@ -3,7 +3,7 @@ bspctl status on every shipped profile, and its JSON document.
 ## default
   $ bspctl status
   board id:      0x05
-  board type:    unknown: the slot of this board is not known yet
+  board type:    0x34
   enclosure:     2U two-controller
   board:         Arm controller
 
@@ -35,6 +35,15 @@ bspctl status on every shipped profile, and its JSON document.
   controller boards (2 in this enclosure):
     board 0: present, OS booted
     board 1: present, OS booted
+
+  enclosure picture (no single master):
+    +----------+----------+
+    | slot 0   | slot 1   |
+    | this     |          |
+    | slave    | slave    |
+    +----------+----------+
+    | psu 0 ok | psu 1 ok |
+    +----------+----------+
 
   supplies:      0 present ok on, 1 present ok on
   battery:       present, healthy
@@ -42,7 +51,7 @@ bspctl status on every shipped profile, and its JSON document.
 ## arm-2u2c
   $ bspctl -p arm-2u2c status
   board id:      0x05
-  board type:    unknown: the slot of this board is not known yet
+  board type:    0x34
   enclosure:     2U two-controller
   board:         Arm controller
 
@@ -75,13 +84,22 @@ bspctl status on every shipped profile, and its JSON document.
     board 0: present, OS booted
     board 1: present, OS booted
 
+  enclosure picture (no single master):
+    +----------+----------+
+    | slot 0   | slot 1   |
+    | this     |          |
+    | slave    | slave    |
+    +----------+----------+
+    | psu 0 ok | psu 1 ok |
+    +----------+----------+
+
   supplies:      0 present ok on, 1 present ok on
   battery:       present, healthy
 
 ## x86-2u
   $ bspctl -p x86-2u status
   board id:      0x2d
-  board type:    unknown: the slot of this board is not known yet
+  board type:    0x38
   enclosure:     2U two-controller
   board:         x86 controller (2 CPUs)
 
@@ -114,13 +132,22 @@ bspctl status on every shipped profile, and its JSON document.
     board 0: present, OS booted
     board 1: present, OS booted
 
+  enclosure picture (no single master):
+    +----------+----------+
+    | slot 0   | slot 1   |
+    | this     |          |
+    | slave    | slave    |
+    +----------+----------+
+    | psu 0 ok | psu 1 ok |
+    +----------+----------+
+
   supplies:      0 present ok on, 1 present ok on
   battery:       present, healthy
 
 ## 4u4c
   $ bspctl -p 4u4c status
   board id:      0x71
-  board type:    unknown: the slot of this board is not known yet
+  board type:    0x00
   enclosure:     4U four-controller
   board:         Arm controller
 
@@ -157,13 +184,22 @@ bspctl status on every shipped profile, and its JSON document.
     board 2: present, OS booted
     board 3: present, OS booted
 
+  enclosure picture (no single master):
+    +----------+----------+----------+----------+
+    | slot 0   | slot 1   | slot 2   | slot 3   |
+    | this     |          |          |          |
+    | slave    | slave    | slave    | slave    |
+    +----------+----------+----------+----------+
+    | psu 0 ok | psu 1 ok | psu 2 ok | psu 3 ok |
+    +----------+----------+----------+----------+
+
   supplies:      0 present ok on, 1 present ok on, 2 present ok on, 3 present ok on
   battery:       present, healthy
 
 ## exp-2u
   $ bspctl -p exp-2u status
   board id:      0x24
-  board type:    unknown: the slot of this board is not known yet
+  board type:    0x40
   enclosure:     2U expansion
   board:         expansion board
 
@@ -195,6 +231,15 @@ bspctl status on every shipped profile, and its JSON document.
   controller boards (2 in this enclosure):
     board 0: present, OS not booted
     board 1: present, OS not booted
+
+  enclosure picture (no single master):
+    +----------+----------+
+    | slot 0   | slot 1   |
+    | this     |          |
+    | slave    | slave    |
+    +----------+----------+
+    | psu 0 ok | psu 1 ok |
+    +----------+----------+
 
   supplies:      0 present ok on, 1 present ok on
   battery:       healthy
@@ -234,6 +279,15 @@ bspctl status on every shipped profile, and its JSON document.
     board 0: present, OS booted
     board 1: present, OS booted
 
+  enclosure picture (no single master):
+    +----------+----------+
+    | slot 0   | slot 1   |
+    | this     |          |
+    | slave    | slave    |
+    +----------+----------+
+    | psu 0 ok | psu 1 ok |
+    +----------+----------+
+
   supplies:      0 present ok on, 1 present ok on
   battery:       healthy
 
@@ -241,8 +295,7 @@ bspctl status on every shipped profile, and its JSON document.
   $ bspctl --json status
   {
     "board_id": 5,
-    "board_type": null,
-    "board_type_reason": "the slot of this board is not known yet",
+    "board_type": 52,
     "enclosure": "2U two-controller",
     "board": "Arm controller",
     "cpus": 0,
@@ -276,6 +329,8 @@ bspctl status on every shipped profile, and its JSON document.
       {"index": 0, "present": true, "os_booted": true},
       {"index": 1, "present": true, "os_booted": true}
     ],
+    "this_slot": 0,
+    "master_slot": null,
     "supplies": [
       {"index": 0, "present": true, "alarm": false, "ok": true, "on": true, "valid": true},
       {"index": 1, "present": true, "alarm": false, "ok": true, "on": true, "valid": true}
@@ -319,6 +374,8 @@ bspctl status on every shipped profile, and its JSON document.
       {"index": 0, "present": true, "os_booted": true},
       {"index": 1, "present": true, "os_booted": true}
     ],
+    "this_slot": 0,
+    "master_slot": null,
     "supplies": [
       {"index": 0, "present": true, "alarm": false, "ok": true, "on": true, "valid": true},
       {"index": 1, "present": true, "alarm": false, "ok": true, "on": true, "valid": true}

@@ -131,8 +131,7 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
   $ bspctl --json --trace status
   {
     "board_id": 5,
-    "board_type": null,
-    "board_type_reason": "the slot of this board is not known yet",
+    "board_type": 52,
     "enclosure": "2U two-controller",
     "board": "Arm controller",
     "cpus": 0,
@@ -166,6 +165,8 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
       {"index": 0, "present": true, "os_booted": true},
       {"index": 1, "present": true, "os_booted": true}
     ],
+    "this_slot": 0,
+    "master_slot": null,
     "supplies": [
       {"index": 0, "present": true, "alarm": false, "ok": true, "on": true, "valid": true},
       {"index": 1, "present": true, "alarm": false, "ok": true, "on": true, "valid": true}
@@ -175,6 +176,11 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
       "open sys_info",
       "ioctl 80047306=52",
       "close sys_info",
+      "gi 26=in",
+      "gi 27=in",
+      "gi 28=in",
+      "gr 26=0",
+      "gr 27=1",
       "P12/2",
       "dfl_get_handle cpld1",
       "dfl_get_ref cpld1.LBus",
@@ -379,8 +385,26 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
       "dfl_get_ref cpld1.LBus",
       "dfl_get_name localbus",
       "rd 3e=03",
+      "dfl_get_handle cpld1",
+      "dfl_get_ref cpld1.LBus",
+      "dfl_get_name localbus",
+      "rd e4=0a",
+      "dfl_get_handle cpld1",
+      "dfl_get_ref cpld1.LBus",
+      "dfl_get_name localbus",
+      "rd e4=0a",
+      "delay 10",
+      "dfl_get_handle cpld1",
+      "dfl_get_ref cpld1.LBus",
+      "dfl_get_name localbus",
+      "rd e4=0a",
+      "delay 10",
+      "dfl_get_handle cpld1",
+      "dfl_get_ref cpld1.LBus",
+      "dfl_get_name localbus",
+      "rd e4=0a",
+      "delay 10",
       "log 2 bmc_bsp_board.cpp:# get bmc boardid (0x5)",
-      "log 0 bmc_bsp_board.cpp:# BSP_GetBoardSlot failed.",
       "log 1 bmc_bsp_cpld.cpp:# Health status of cpld(0xf) change from 0 to 1, reg[0xfb]=0x0, modules of iocard and disk will stop routine if the cpld is fault.",
       "log 1 bmc_bsp_power.cpp:# Power0 present state change from 0 to 1.",
       "log 0 bmc_bsp_misc.cpp:# /var/log/zelm/app_debug_log is not exist.",
@@ -393,7 +417,8 @@ bspctl --trace: the platform calls and log lines a command caused, after its out
       "log 0 bmc_bsp_misc.cpp:# /var/log/zelm/linux_kernel_log is not exist.",
       "log 0 bmc_bsp_misc.cpp:# /var/log/zelm/operate_log is not exist.",
       "log 1 bmc_bsp_power.cpp:# Bbu(0) status(cpld) change from 0x0 to 0x19.",
-      "log 0 bmc_bsp_power.cpp:# BSP_IsAnyBoardPowerGood--cpld addr(0x37) val(0x0a)\r\n"
+      "log 0 bmc_bsp_power.cpp:# BSP_IsAnyBoardPowerGood--cpld addr(0x37) val(0x0a)\r\n",
+      "log 1 bmc_bsp_slot.cpp:# Warning: CPLD appear more than one master or slave (2)(2)(0)(0)"
     ]
   }
 
