@@ -28,7 +28,14 @@ uint32_t st(int32_t rc) { return static_cast<uint32_t>(rc); }
 std::string board_slot() { return res(st(BSP_GetBoardSlot(g_out)), 1); }
 std::string repair() { return res(st(BSP_RepairCtrlSlotID(0, g_out)), 1); }
 std::string master() { return res(st(BSP_GetMasterBoardSlot(reinterpret_cast<uint32_t *>(g_out))), 1); }
-// The status and the low 16 bits of the WWN of MAC 00:11:22:33:44:55.
+// The opposite slots of slots 0 to n-1.
+std::string opposites(uint8_t n)
+{
+    std::string out;
+    for (uint8_t s = 0; s < n; ++s) out += res(st(BSP_GetoplanarOppCtrlSlotID(g_out, s)), 1) + ", ";
+    return out;
+}
+// The status and the WWN of MAC 00:11:22:33:44:55.
 std::string mac_to_wwn()
 {
     constexpr uint8_t kMac[6] = {0x00, 0x11, 0x22, 0x33, 0x44, 0x55};
@@ -152,22 +159,15 @@ TEST_F(SlotTest, TablesAndOppositeSlots)
     BSP_ConvertSlotValue(0, nullptr);
     // slot of the code, valid, four-controller strap, two-controller strap
     EXPECT_EQ(codes, "0x010x00xFF 0xFF00x10x1 0xFF00x20x0 0x310x30xFF 0xFF00xFF0xFF 0x110xFF0xFF 0x210xFF0xFF 0xFF00xFF0xFF ");
-    auto opposite = [] {
-        std::string out;
-        for (uint8_t s = 0; s < 5; ++s) out += res(st(BSP_GetoplanarOppCtrlSlotID(g_out, s)), 1) + ", ";
-        return out;
-    };
     known_board();
-    EXPECT_EQ(opposite(), "ok 01, ok 00, err 00, err 00, err 00, ");
+    EXPECT_EQ(opposites(5), "ok 01, ok 00, err 00, err 00, err 00, ");
     EXPECT_EQ(log_line(), "0:Can't find peer board for slot2 | 0:Can't find peer board for slot3 | 0:Can't find peer board for slot4");
 }
 
 TEST_F(SlotTest, FourControllerOpposites)
 {
     known_board(0x71);
-    std::string out;
-    for (uint8_t s = 0; s < 4; ++s) out += res(st(BSP_GetoplanarOppCtrlSlotID(g_out, s)), 1) + ", ";
-    EXPECT_EQ(out, "ok 02, ok 03, ok 00, ok 01, ");
+    EXPECT_EQ(opposites(4), "ok 02, ok 03, ok 00, ok 01, ");
 }
 
 // "Unable to repair": nothing while the ticks are within 300000 of the start, then ten
@@ -237,9 +237,8 @@ TEST_F(SlotTest, WithoutTheBoardId)
     EXPECT_EQ(bsptest::calls({st(BSP_GetBoardSlot(g_out)), st(BSP_MacToWWN(mac, &wwn)), BSP_GetSlotNumFromGpio(3)}),
               "err err 2");
     EXPECT_EQ(tr({Op::GpioRead}), "gr 26=0 gr 27=1 gr 28=0");
-    const std::string no_id = "0:Error: open sys_info dev fail | ";
-    EXPECT_EQ(log_line(), no_id + "0:BSP: Get Bmc BoardId Failed | " + no_id + "0:BSP: Get Bmc BoardId Failed | 0:Get ctrl slot id "
-                          "err[-1] | " + no_id + "0:Get board id faild.");
+    const std::string no_id = "0:Error: open sys_info dev fail | ", no_slot = no_id + "0:BSP: Get Bmc BoardId Failed | ";
+    EXPECT_EQ(log_line(), no_slot + no_slot + "0:Get ctrl slot id err[-1] | " + no_id + "0:Get board id faild.");
 }
 
 }  // namespace
