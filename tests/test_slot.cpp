@@ -97,9 +97,12 @@ const CallCase kCases[] = {
      .trace = "srd 17=00 srd 33=0f srd 6a=60 srd 6b=03 swr 17=a5 srd 17=a5"},
     {.name = "RepairedBadCode", .profile = "4u4c", .regs = {{0x17, 0xA7}}, .call = [](B &) { return repair(); },
      .out = "ok ff", .trace = "srd 17=a7"},
-    {.name = "RepairPeersRepeat", .profile = "4u4c", .setup = [](B &b) { slots(b).set_peer_codes(0, 0, 3); },
-     .call = [](B &) { return repair(); }, .out = "err ee", .trace = "srd 17=00 srd 33=0f srd 6a=00 srd 6b=03",
-     .log = "1:Slot value abnormal, Reg(0x6a)Value(0x0),Reg(0x6b)Value(0x3)"},
+    {.name = "RepairPeersRepeat", .profile = "4u4c", .call = [](B &b) {
+         auto peers = [&b](uint8_t x, uint8_t y, uint8_t z) { return (slots(b).set_peer_codes(x, y, z), repair()); };
+         return bsptest::joined({peers(0, 0, 3), peers(3, 6, 3), peers(5, 6, 6)}); }, .out = "err ee, err ee, err ee",
+     .trace = "srd 17=00 srd 33=0f srd 6a=00 srd 6b=03 srd 17=00 srd 33=0f srd 6a=63 srd 6b=03 srd 17=00 srd 33=0f srd 6a=65 srd 6b=06",
+     .log = "1:Slot value abnormal, Reg(0x6a)Value(0x0),Reg(0x6b)Value(0x3) | 1:Slot value abnormal, Reg(0x6a)Value(0x63),"
+            "Reg(0x6b)Value(0x3) | 1:Slot value abnormal, Reg(0x6a)Value(0x65),Reg(0x6b)Value(0x6)"},
     {.name = "RepairPeerInvalid", .profile = "4u4c", .setup = [](B &b) { slots(b).set_peer_codes(5, 6, 7); },
      .call = [](B &) { return repair(); }, .out = "err ee", .trace = "srd 17=00 srd 33=0f srd 6a=65 srd 6b=07",
      .log = "1:Board Slot abnormal, Reg(0x6a)Value(0x65),Reg(0x6b)Value(0x7)"},
