@@ -35,10 +35,10 @@ std::string opposites(uint8_t n)
     for (uint8_t s = 0; s < n; ++s) out += res(st(BSP_GetoplanarOppCtrlSlotID(g_out, s)), 1) + ", ";
     return out;
 }
-// The status and the WWN of MAC 00:11:22:33:44:55.
+// The status and the WWN of MAC a0:11:22:33:44:55.
 std::string mac_to_wwn()
 {
-    constexpr uint8_t kMac[6] = {0x00, 0x11, 0x22, 0x33, 0x44, 0x55};
+    constexpr uint8_t kMac[6] = {0xA0, 0x11, 0x22, 0x33, 0x44, 0x55};
     uint64_t wwn = 0;
     int32_t rc = BSP_MacToWWN(kMac, &wwn);
     return res(st(rc)) + " " + bsptest::hex(static_cast<uint32_t>(wwn >> 32)) + bsptest::hex(static_cast<uint32_t>(wwn));
@@ -122,11 +122,11 @@ const CallCase kCases[] = {
      .log = "1:Warning: CPLD appear more than one master or slave (0)(0)(0)(0)"},
     // WWN and MAC: the slot goes in; a slot outside 0..3 (or none on an unknown board) is slot 1.
     {.name = "MacToWwnOnSlot2", .setup = [](B &b) { slots(b).set_slot(2).set_strap(0).set_code(6); },
-     .call = [](B &) { return mac_to_wwn(); }, .out = "ok 0x500112230x34455239", .trace = "rd 32=06"},
+     .call = [](B &) { return mac_to_wwn(); }, .out = "ok 0x5A0112230x34455239", .trace = "rd 32=06"},
     {.name = "MacToWwnOddSlot", .setup = [](B &b) { slots(b).set_strap(3).set_code(7).set_wwn(0x5000000000000539); },
-     .call = [](B &) { return mac_to_wwn(); }, .out = "ok 0x500112230x34455139",
+     .call = [](B &) { return mac_to_wwn(); }, .out = "ok 0x5A0112230x34455139",
      .trace = "rd 32=07 " + wwn_read("55 39 05 00 00 00 00 00 50 cf"), .log = "0:Board slot id err,slot[5]"},
-    {.name = "MacToWwnUnknownBoard", .board = 0x50, .call = [](B &) { return mac_to_wwn(); }, .out = "ok 0x500112230x34455139",
+    {.name = "MacToWwnUnknownBoard", .board = 0x50, .call = [](B &) { return mac_to_wwn(); }, .out = "ok 0x5A0112230x34455139",
      .log = "0:BSP: Board type is not be identified for getting slot | 0:Board slot id err,slot[255]"},
     {.name = "WwnToMac", .call = [](B &) {
          std::string out;
@@ -142,6 +142,8 @@ const CallCase kCases[] = {
      .call = [](B &) {
          return res(st(BSP_GetFrameMac(nullptr, 6))) + res(st(BSP_GetFrameMac(g_out, 7))) + res(st(BSP_GetFrameMac(g_out, 6)), 1);
      }, .out = "errerrerr ee", .trace = wwn_read("55 39 00 02 00 02 00 20 50 b4"), .log = "0:Get frame wwn failed."},
+    {.name = "WwnCopyFailsLeniently", .faults = {{Op::MemcpyS}}, .call = BSP_CALL(BSP_GetWwnFromCpld(g), 1), .out = "ok ee",
+     .trace = kProfileWwn, .log = "0:Error: copy wwn failed, result = -1."},
     {.name = "WwnReadFails", .faults = {{Op::LocalBusRead, 1, -1, 0xBC}}, .call = BSP_CALL(BSP_GetWwnFromCpld(g), 1),
      .out = "err ee", .trace = "P29 wr ba=01 wr bb=18 rd bc=00!-1 V29", .log = "0:read cpld byte error. | 0:Get cpldram 0xd801 failed"},
 };
