@@ -123,6 +123,8 @@ const CallCase kCases[] = {
     // WWN and MAC: the slot goes in; a slot outside 0..3 (or none on an unknown board) is slot 1.
     {.name = "MacToWwnOnSlot2", .setup = [](B &b) { slots(b).set_slot(2).set_strap(0).set_code(6); },
      .call = [](B &) { return mac_to_wwn(); }, .out = "ok 0x5A0112230x34455239", .trace = "rd 32=06"},
+    {.name = "MacToWwnOnSlot3", .setup = [](B &b) { slots(b).set_slot(3).set_strap(0); },
+     .call = [](B &) { return mac_to_wwn(); }, .out = "ok 0x5A0112230x34455339", .trace = "rd 32=03"},
     {.name = "MacToWwnOddSlot", .setup = [](B &b) { slots(b).set_strap(3).set_code(7).set_wwn(0x5000000000000539); },
      .call = [](B &) { return mac_to_wwn(); }, .out = "ok 0x5A0112230x34455139",
      .trace = "rd 32=07 " + wwn_read("55 39 05 00 00 00 00 00 50 cf"), .log = "0:Board slot id err,slot[5]"},
@@ -130,12 +132,12 @@ const CallCase kCases[] = {
      .log = "0:BSP: Board type is not be identified for getting slot | 0:Board slot id err,slot[255]"},
     {.name = "WwnToMac", .call = [](B &) {
          std::string out;
-         for (uint32_t size : {6u, 2u, 0u, 7u}) {
+         for (uint32_t size : {6u, 2u, 1u, 0u, 7u}) {
              std::fill(std::begin(g_out), std::end(g_out), uint8_t{0xEE});
              out += res(st(BSP_WWNToMac(0x5001122334455239, g_out, size)), 6) + ", ";
          }
-         return out + res(st(BSP_MacToWWN(nullptr, nullptr)));
-     }, .out = "ok 00 11 22 33 44 55, ok 44 55 ee ee ee ee, ok ee ee ee ee ee ee, err ee ee ee ee ee ee, err",
+         return out + res(st(BSP_MacToWWN(g_out, nullptr)));
+     }, .out = "ok 00 11 22 33 44 55, ok 44 55 ee ee ee ee, ok 55 ee ee ee ee ee, ok ee ee ee ee ee ee, err ee ee ee ee ee ee, err",
      .log = "0:Mac size (7) is invalid."},
     {.name = "FrameMac", .call = BSP_CALL(BSP_GetFrameMac(g, 6), 6), .out = "ok 02 00 00 20 00 20", .trace = kProfileWwn},
     {.name = "FrameMacRefused", .setup = [](B &b) { b.set_ram(0xD80A, 0xB4); },
@@ -224,12 +226,17 @@ TEST_F(SlotTest, StoreTheWwn)
     forget();
     EXPECT_EQ(BSP_SetWwn2CpldRam(mac, 6), 0);
     EXPECT_EQ(tr({Op::Delay}) + log_line(), "");
-    // Two bytes of MAC, the rest zero; the RAM refuses every data write.
+    // A failed copy of the MAC carries on with zeros.
+    sim().fail(Op::MemcpyS);
+    EXPECT_EQ(BSP_SetWwn2CpldRam(mac, 6), 0);
+    const std::string zeros = "55-39-2-0-0-0-0-0-50-dc";
+    EXPECT_EQ(log_line(), "0:Error: copy mac failed, result = -1. | 1:frameboard write wwn(" + zeros + ") to ram, read wwn from ram " + zeros);
+    // Two bytes of MAC, the rest zero; the RAM refuses every data write. Short or missing logs are not printed.
+    forget();
     sim().fail(Op::LocalBusWrite, 99, -1, 0xBC);
     EXPECT_EQ(BSP_SetWwn2CpldRam(mac, 2), -1);
     EXPECT_EQ(tr({Op::Delay}), bsptest::times(60, "delay 5"));
-    EXPECT_EQ(record(), " 0x55 0x39 0x52 0x45 0x34 0x23 0x12 0x1 0x50 0xFD");
-    BSP_RecordWwnLog(mac, 8, mac, 10);
+    BSP_RecordWwnLog(mac, 8, mac, 10), BSP_RecordWwnLog(mac, 10, nullptr, 10);
     EXPECT_EQ(log_line().find("frameboard"), std::string::npos);
 }
 
