@@ -95,6 +95,9 @@ const CallCase kCases[] = {
     {.name = "RepairSlot1", .profile = "4u4c", .setup = [](B &b) { slots(b).set_peer_codes(0, 6, 3); },
      .call = [](B &) { return bsptest::joined({repair(), repair()}); }, .out = "ok 01, ok 01",
      .trace = "srd 17=00 srd 33=0f srd 6a=60 srd 6b=03 swr 17=a5 srd 17=a5"},
+    {.name = "RepairReadsUnchecked", .board = 0x0A, .faults = {{Op::LocalBusRead, 1, -1, 0x6B}},
+     .setup = [](B &b) { slots(b).set_online(0xF).set_peer_codes(5, 6, 3); }, .call = [](B &) { return repair(); },
+     .out = "ok 03", .trace = "rd 17=00 rd 33=0f rd 6a=65 rd 6b=00!-1 wr 17=a3", .log = "0:read cpld byte error."},
     {.name = "RepairedBadCode", .profile = "4u4c", .regs = {{0x17, 0xA7}}, .call = [](B &) { return repair(); },
      .out = "ok ff", .trace = "srd 17=a7"},
     {.name = "RepairPeersRepeat", .profile = "4u4c", .call = [](B &b) {
@@ -108,6 +111,19 @@ const CallCase kCases[] = {
      .log = "1:Board Slot abnormal, Reg(0x6a)Value(0x65),Reg(0x6b)Value(0x7)"},
     {.name = "RepairOnlyFourControllers", .call = [](B &) { return repair() + " " + res(st(BSP_RepairCtrlSlotID(0, nullptr))); },
      .out = "err ee err"},
+    // Codes and strap values to slots: slot of the code, valid, four-controller, two-controller strap.
+    {.name = "Tables", .call = [](B &) {
+         std::string out;
+         for (uint8_t v = 0; v < 8; ++v) {
+             BSP_ConvertSlotValue(v, g_out), BSP_ConvertSlotValue(v, nullptr);
+             out += bsptest::joined({bsptest::hex(g_out[0]), std::to_string(BSP_IsSlotValueValidty(v)),
+                                     bsptest::hex(BSP_Gpio2SlotIdFor4C(v)), bsptest::hex(BSP_Gpio2SlotIdFor2C(v))}, "") + " ";
+         }
+         return out; },
+     .out = "0x010x00xFF 0xFF00x10x1 0xFF00x20x0 0x310x30xFF 0xFF00xFF0xFF 0x110xFF0xFF 0x210xFF0xFF 0xFF00xFF0xFF "},
+    {.name = "TwoControllerOpposites", .call = [](B &) { return opposites(5); }, .out = "ok 01, ok 00, err 00, err 00, err 00, ",
+     .log = "0:Can't find peer board for slot2 | 0:Can't find peer board for slot3 | 0:Can't find peer board for slot4"},
+    {.name = "FourControllerOpposites", .board = 0x71, .call = [](B &) { return opposites(4); }, .out = "ok 02, ok 03, ok 00, ok 01, "},
     // Master slot from 0xE4: a changed value is read three more times, the last read counts.
     {.name = "MasterSettles", .setup = [](B &b) { b.script(bspsim::Source::Register, 0xE4, {0x55, 0x55, 0x55, 0xF4}); },
      .call = [](B &b) { return bsptest::joined({master(), (b.set_reg(0xE4, 0xF4), master()), res(st(BSP_GetMasterBoardSlot(nullptr)))}); },
@@ -152,30 +168,6 @@ const CallCase kCases[] = {
 BSP_CASES(Slot, SlotCall, kCases);
 
 using SlotTest = bsptest::SimTest;
-
-// Codes and strap values to slots, and the opposite slots of each enclosure.
-TEST_F(SlotTest, TablesAndOppositeSlots)
-{
-    std::string codes;
-    for (uint8_t v = 0; v < 8; ++v) {
-        uint8_t slot = 0xEE;
-        BSP_ConvertSlotValue(v, &slot);
-        codes += bsptest::hex(slot) + std::to_string(BSP_IsSlotValueValidty(v)) + bsptest::hex(BSP_Gpio2SlotIdFor4C(v)) +
-                 bsptest::hex(BSP_Gpio2SlotIdFor2C(v)) + " ";
-    }
-    BSP_ConvertSlotValue(0, nullptr);
-    // slot of the code, valid, four-controller strap, two-controller strap
-    EXPECT_EQ(codes, "0x010x00xFF 0xFF00x10x1 0xFF00x20x0 0x310x30xFF 0xFF00xFF0xFF 0x110xFF0xFF 0x210xFF0xFF 0xFF00xFF0xFF ");
-    known_board();
-    EXPECT_EQ(opposites(5), "ok 01, ok 00, err 00, err 00, err 00, ");
-    EXPECT_EQ(log_line(), "0:Can't find peer board for slot2 | 0:Can't find peer board for slot3 | 0:Can't find peer board for slot4");
-}
-
-TEST_F(SlotTest, FourControllerOpposites)
-{
-    known_board(0x71);
-    EXPECT_EQ(opposites(4), "ok 02, ok 03, ok 00, ok 01, ");
-}
 
 // "Unable to repair": nothing while the ticks are within 300000 of the start, then ten
 // messages, then silence until more than 300000 ticks after the tenth.
