@@ -171,8 +171,6 @@ const CallCase kTwelveVolts[] = {
     {.name = "OnlineStatesNeedTheBoardType", .board = 0x50,
      .call = POLLS(BSP_GetPowerOnlineStates(0, g)), .out = "err ee",
      .log = "0:BSP: Board type is not be identified for getting slot | 0:BoardType error in matching BoardId(80)"},
-    {.name = "OnlineStatesOnController", .call = POLLS(BSP_GetPowerOnlineStates(1, g)), .out = "ok 01",
-     .trace = "rd d6=99 rd d7=66", .log = change("present", 1, 0, 1)},
     {.name = "OnlineStatesOnSmm", .profile = "smm",
      .call = POLLS(BSP_GetPowerOnlineStates(0, nullptr), BSP_GetPowerOnlineStates(1, g)), .out = "err ok 01",
      .trace = "rd d6=99 rd d7=66", .log = change("present", 1, 0, 1)},

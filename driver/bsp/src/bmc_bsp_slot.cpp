@@ -86,7 +86,7 @@ bool repair_log_allowed()
 {
     const auto now = static_cast<uint32_t>(vos_tick_get());
     // Elapsed ticks in unsigned arithmetic, so a wrapped tick counter still counts forward.
-    if (now - g_repair_last_tick.load() > kRepairLogQuietTicks) {
+    if (BSP_Diff_Uint32(g_repair_last_tick.load(), now) > kRepairLogQuietTicks) {
         g_repair_logs_left.store(kRepairLogBudget);
     } else if (g_repair_logs_left.load() == 0) {
         return false;
