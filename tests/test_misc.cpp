@@ -78,20 +78,8 @@ using B = bspsim::Board;
 uint8_t *const g = bsptest::g_out;
 
 // A call case that also shows what the call printed on standard output ("| out:TEXT"), the units
-// the models changed, and the operation log ("op0:TEXT" once its "file(line)(tick): " is checked).
-class Service : public bsptest::CallTest {
-protected:
-    std::string oplog() const
-    {
-        std::string out;
-        std::smatch m;
-        for (const auto &l : sim().logs())
-            if (l.kind == bspsim::LogLine::Operation)
-                out += " | op" + std::to_string(l.level) + ":" +
-                       (std::regex_match(l.text, m, std::regex(R"(bmc_bsp_\w+\.cpp\(\d+\)\(\d+\): (.*))")) ? m[1].str() : "BAD " + l.text);
-        return out;
-    }
-};
+// the models changed, and the operation log.
+using Service = bsptest::CallTest;
 
 TEST_P(Service, ShowsWhatItDid)
 {

@@ -85,6 +85,7 @@ An empty name is refused before any board is looked for, so nothing in the home 
   commands:
     cpld       read and write CPLD registers
     crc32      checksum of a file, as cksum prints it
+    frame      show the enclosure: frame type, disks, model, configuration, IO cards
     led        list, read or switch the enclosure and board LEDs
     pcie       enable the PCIe cores or hold them off
     psu        power supplies and backup battery (table, watch)
