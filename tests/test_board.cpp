@@ -5,6 +5,7 @@
 
 #include <tuple>
 
+#include "bspsim/slots.hpp"
 #include "test_helpers.h"
 
 namespace {
@@ -207,14 +208,18 @@ TEST_P(BoardIds, PredicatesBoardListAndType)
     for (size_t slot = 0; slot < 8; ++slot)
         want += slot < c.types.size() ? " " + x(c.id) + "/" + x(slot) + "/" + x(c.types[slot]) : " ff/ff/ff";
     EXPECT_EQ(board_list(8, 8), want);
-    // SMM boards have a fixed type and never ask for the slot; the others need the slot, which
-    // cannot be found yet.
+    // SMM boards have a fixed type and never ask for the slot; the others find theirs (slot 1
+    // here) and take its row. A board id no board type knows leaves the slot unknown.
+    bspsim::slots(sim()).set_slot(1);
     uint32_t type = 0x1234;
-    EXPECT_EQ(BSP_GetBmcBoardType(&type), c.smm ? 0u : kErr);
-    EXPECT_EQ(type, c.smm ? 0x20u : 0x1234u);
+    const bool typed = c.smm || c.types.size() > 1;
+    EXPECT_EQ(BSP_GetBmcBoardType(&type), typed ? 0u : kErr);
+    EXPECT_EQ(type, c.smm ? 0x20u : typed ? c.types[1] : 0x1234u);
     if (c.id == 0xFF) return;  // its own re-reads log on
     std::string no_rows = c.types.empty() ? "2:Query result is null(" + std::to_string(c.id) + ")." : "";
-    EXPECT_EQ(log_line(), no_rows + (c.smm || no_rows.empty() ? "" : " | ") + (c.smm ? "" : "0:BSP_GetBoardSlot failed."));
+    std::string no_type = c.identified ? "" : "0:BSP: Board type is not be identified for getting slot | ";
+    if (!typed) no_type += "0:BoardType error in matching BoardId(" + std::to_string(c.id) + ")";
+    EXPECT_EQ(log_line(), no_rows + (no_rows.empty() || no_type.empty() ? "" : " | ") + no_type);
 }
 
 // First the id 0xFF, then the real one: cached predicates keep their first answer, the others
@@ -291,11 +296,12 @@ TEST_F(BoardTest, BoardTypeWithoutTheId)
     sim().fail(Op::DevIoctl, 1, -1, kBoardInfo);
     EXPECT_EQ(BSP_IsMiddleBoard(), 0u);
     EXPECT_EQ(BSP_IsMiddleBoard(), 1u);
-    EXPECT_EQ(BSP_GetBmcBoardType(&type), kErr);
-    EXPECT_EQ(type, 0x1234u);
+    // The cached id 0 is a two-controller board: its straps (an SMM's, slot 0, reading 0 on
+    // the two common pins) tell no slot, and the CPLD's slot register does.
+    EXPECT_EQ(BSP_GetBmcBoardType(&type), 0u);
+    EXPECT_EQ(type, 0x30u);
     EXPECT_EQ(log_line(), "0:Error: open sys_info dev fail | 0:Error: open sys_info dev fail | "
-                          "0:BSP: get the boardid fail | 0:ioctrl sys_info dev fail(-1) | 2:get bmc boardid (0x0) | "
-                          "0:BSP_GetBoardSlot failed.");
+                          "0:BSP: get the boardid fail | 0:ioctrl sys_info dev fail(-1) | 2:get bmc boardid (0x0)");
 }
 
 TEST_F(BoardTest, BoardListRefusalsAndLimit)
@@ -443,7 +449,6 @@ TEST_F(BoardTest, BootStatesAndOsBoardId)
     }
     forget();
     // The status queries report a failed read, and refuse bad arguments; the start state answers 0.
-    // The SMM online state needs the board type, which cannot be had yet: the slot is not known.
     sim().set_reg(0xFA, 0xFF);
     sim().fail(Op::LocalBusRead, 2, -1, 0xED);
     sim().fail(Op::LocalBusRead, 1, -1, 0xFA);
@@ -451,12 +456,18 @@ TEST_F(BoardTest, BootStatesAndOsBoardId)
     EXPECT_EQ(BSP_GetBiosState(&state) & BSP_CtrlBoardGetOSBootStatus(3, &state), kErr);
     EXPECT_EQ(BSP_GetStartState(), 0u);
     EXPECT_EQ(BSP_GetBiosState(nullptr) & BSP_CtrlBoardGetOSBootStatus(4, &state) &
-                  BSP_CtrlBoardGetOSBootStatus(0, nullptr) & BSP_GetSmmOnlineStates(0, nullptr) &
-                  BSP_GetSmmOnlineStates(0, &state), kErr);
+                  BSP_CtrlBoardGetOSBootStatus(0, nullptr) & BSP_GetSmmOnlineStates(0, nullptr), kErr);
     EXPECT_EQ(state, 0xAA);
     EXPECT_EQ(bus(), "rd ed&01=0!-1 rd fa&20=0!-1 rd ed=00!-1");
     EXPECT_EQ(log_line(), "0:read cpld error. | 0:read cpld error. | 0:Read osboot from reg(0xfa=0x0) fail | "
-                          "0:read cpld byte error. | 0:BSP_GetBoardSlot failed.");
+                          "0:read cpld byte error.");
+    // A controller board (its type known from its slot) reads the SMMs' online bits; a failed
+    // read is a failure.
+    sim().set_reg(0x29, 0x02);
+    sim().fail(Op::LocalBusRead, 1, -1, 0x29);
+    std::string smm;
+    for (uint8_t bit : {1, 0, 1}) smm += bsptest::res((bsptest::g_out[0] = 0xAA, BSP_GetSmmOnlineStates(bit, bsptest::g_out)), 1) + ", ";
+    EXPECT_EQ(smm, "err aa, ok 00, ok 01, ");
 }
 
 // Both counters (every board of this build is a 5830 board) must be 0; their sum wraps like the

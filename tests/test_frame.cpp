@@ -184,15 +184,16 @@ TEST_F(Frame, ConfigRecord)
     EXPECT_EQ(log_line().substr(log_line().rfind(" | ")), " | 1:Set product cfg info(" + text + ") to cpldram(ret=-1)");
 }
 
-// Refused before any access; and on an SMM (on a controller while its board type is unknown).
+// Refused before any access; when the board type cannot be read; on an SMM.
 TEST_F(Frame, IoCardsRefused)
 {
     EXPECT_EQ(BSP_CheckCtrlIdAndCardIdPair(1, 13) | BSP_CheckCtrlIdAndCardIdPair(0, 0) | BSP_CheckCtrlIdAndCardIdPair(3, 27), 0);
     EXPECT_EQ(BSP_CheckCtrlIdAndCardIdPair(1, 14) & BSP_CheckCtrlIdAndCardIdPair(1, 6) & BSP_CheckCtrlIdAndCardIdPair(4, 27), -1);
     EXPECT_EQ(BSP_GetIoCardOnlineStates(0, nullptr) & BSP_GetIoCardOnlineStates(28, g), -1);
     EXPECT_EQ(tr(), "");
-    if (uint32_t type = 0; BSP_GetBmcBoardType(&type) == 0) GTEST_SKIP() << "controller board type known: see IoCards";
+    sim().fail(Op::DevOpen, 100);
     EXPECT_EQ(BSP_GetIoCardOnlineStates(0, g), -1);
+    EXPECT_EQ(tr({Op::LocalBusRead, Op::LocalBusWrite}), "");
 }
 TEST_F(Frame, IoCardsRefusedOnSmm)
 {

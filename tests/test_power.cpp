@@ -165,9 +165,10 @@ const CallCase kTwelveVolts[] = {
      .out = "ok ok 2 3 3 3", .trace = "rd f3=19 rd f3=19 rd f3=09 rd f3=16 rd f3=00!-1",
      .log = kBbuChange + "0 to 0x19. | " + kBbuChange + "19 to 0x9. | " + kBbuChange + "9 to 0x16. | " + kReadFail + kBbuChange +
             "16 to 0x0."},
-    // Board types come with the slot, which only the SMM knows for now.
-    {.name = "OnlineStatesNeedTheBoardType", .call = POLLS(BSP_GetPowerOnlineStates(0, g)), .out = "err ee",
-     .log = "0:BSP_GetBoardSlot failed."},
+    // Without a board type (a board id that has none) nothing is read.
+    {.name = "OnlineStatesNeedTheBoardType", .board = 0x50,
+     .call = POLLS(BSP_GetPowerOnlineStates(0, g)), .out = "err ee",
+     .log = "0:BSP: Board type is not be identified for getting slot | 0:BoardType error in matching BoardId(80)"},
     {.name = "OnlineStatesOnSmm", .profile = "smm",
      .call = POLLS(BSP_GetPowerOnlineStates(0, nullptr), BSP_GetPowerOnlineStates(1, g)), .out = "err ok 01",
      .trace = "rd d6=99 rd d7=66", .log = change("present", 1, 0, 1)},

@@ -594,8 +594,49 @@ BSP_API int32_t BSP_SetSSDOnlineStates(uint8_t ssd, uint8_t value);
 
 /* ================================================================= slot identification */
 
-/* Slot of this board (0..3). Not built yet: fails with 0xFFFFFFFF without touching anything. */
+/* Slot ids are 0..3 (0xFF: unknown); a slot code is the 3-bit even-parity code a CPLD keeps
+ * for a slot: 0, 5, 6, 3 for slots 0 to 3. */
+
+/* Slot of this board, found once per process and then cached: from the strap pins, else the
+ * CPLD's slot register (boards that have one), else the slot nibble of the enclosure's WWN.
+ * 0 with `*slot` set; -1 for a null `slot`, when the board id cannot be read, or when nothing
+ * tells the slot (`*slot` = 0xFF). A board id no board type knows answers 0 and leaves `*slot`
+ * as the caller preset it. */
 BSP_API int32_t BSP_GetBoardSlot(uint8_t *slot);
+/* Slot from the strap pins of board `boardId`: three pins with a parity bit on four-controller
+ * boards (odd parity: `*slot` = 0xFF), two pins elsewhere. 0 with a slot below 0xFF, else -1;
+ * -1 with `*slot` untouched on a board without straps. */
+BSP_API int32_t BSP_GetBoardSlotFromGpio(uint8_t boardId, uint8_t *slot);
+/* Slot from the CPLD's slot register (0x32 bits 0-2) into `*slot`, 0xFF when unknown. A code
+ * of odd parity goes to BSP_RepairCtrlSlotID. A null `slot` does nothing. */
+BSP_API void BSP_GetBoardSlotFromCpld(uint8_t *slot);
+/* Works out a corrupted slot code of a four-controller board from the other three
+ * controllers' codes (0x6A, 0x6B) and records it in 0x17 (0xA0 | code); a slot recorded so
+ * before is answered from there. 0 with `*slot` set; -1 on other boards, when not all four
+ * controllers are online (logged at most 10 times per 300000 ticks), or when the other codes
+ * are invalid or repeat. `ignored` is not used. */
+BSP_API int32_t BSP_RepairCtrlSlotID(uint8_t ignored, uint8_t *slot);
+/* Raw strap value: two pins on 2U two-controller and 2U expansion boards, three elsewhere. */
+BSP_API uint8_t BSP_ReadSlotTypeGpio(void);
+/* Raw value of the first `pinCount` slot pins (pin k gives bit k; at most 3 pins); a pin that
+ * fails three reads gives 0. */
+BSP_API uint8_t BSP_GetSlotNumFromGpio(uint8_t pinCount);
+/* Slot of a four-controller strap value: 0..3 as is, anything else 0xFF. */
+BSP_API uint8_t BSP_Gpio2SlotIdFor4C(uint8_t value);
+/* Slot of a two-controller strap value: 2 is slot 0, 1 is slot 1, anything else 0xFF. */
+BSP_API uint8_t BSP_Gpio2SlotIdFor2C(uint8_t value);
+/* 1 when `code` is a slot code (0, 5, 6 or 3), else 0. */
+BSP_API uint32_t BSP_IsSlotValueValidty(uint8_t code);
+/* Writes the slot of slot code `code` to `*slot` (0xFF for no code); a null `slot` does
+ * nothing. */
+BSP_API void BSP_ConvertSlotValue(uint8_t code, uint8_t *slot);
+/* The slot facing `slot` in this enclosure (four-controller: 0-2, 1-3; else 0-1) into
+ * `*oppSlot`. 0, or -1 (logged) for a slot without one or a null `oppSlot`. */
+BSP_API int32_t BSP_GetoplanarOppCtrlSlotID(uint8_t *oppSlot, uint8_t slot);
+/* Slot of the master from the CPLD's master/slave register 0xE4 (one 2-bit field per slot,
+ * 1 = master); a value that changed since the last call is read three more times, 10 ms
+ * apart. 0 with `*slot` set; -1 for a null `slot`, or unless exactly one field says master. */
+BSP_API int32_t BSP_GetMasterBoardSlot(uint32_t *slot);
 
 /* =========================================================== master/slave arbitration */
 
@@ -640,6 +681,29 @@ BSP_API int32_t BSP_SetProductCfgInfoToCpldRam(const uint8_t *cfg, uint32_t len)
 BSP_API int32_t BSP_GetIoCardOnlineStates(uint8_t card, uint8_t *state);
 /* 0 when card `cardId` belongs to controller `ctrlId` (cardId / 7 == ctrlId), else -1. */
 BSP_API int32_t BSP_CheckCtrlIdAndCardIdPair(uint8_t ctrlId, uint8_t cardId);
+
+/* The enclosure's world wide name (WWN) lives in the CPLD RAM at 0xD801: marker 0x55, the 8
+ * bytes least significant first, check byte. Bits 63-60 are 5, 59-12 the MAC address, 11-8
+ * the slot, 7-0 0x39. */
+
+/* WWN of MAC `mac` (6 bytes) on this board's slot into `*wwn`; a slot outside 0..3 is written
+ * as slot 1 (logged). -1 when the slot cannot be had or a pointer is null. */
+BSP_API int32_t BSP_MacToWWN(const uint8_t *mac, uint64_t *wwn);
+/* The last `size` bytes of the MAC in `wwn` into `mac` (size 6: the whole MAC in its usual
+ * order). -1 for `size` above 6 (logged) or a null `mac`; `size` 0 writes nothing. */
+BSP_API int32_t BSP_WWNToMac(uint64_t wwn, uint8_t *mac, uint32_t size);
+/* The stored WWN into `wwn` (8 bytes, least significant first). -1 when the record cannot be
+ * read, lacks its marker or fails its check byte. */
+BSP_API int32_t BSP_GetWwnFromCpld(uint8_t *wwn);
+/* The enclosure's MAC from the stored WWN into `mac`, `size` bytes as BSP_WWNToMac. -1 for a
+ * null `mac`, `size` above 6, or no valid WWN (logged). */
+BSP_API int32_t BSP_GetFrameMac(uint8_t *mac, uint32_t size);
+/* Stores the WWN of MAC `mac` (the first `len` bytes, at most 6, zero-filled) for this slot,
+ * unless it is stored already; each byte written and read back 5 ms apart, up to 3 times.
+ * 0 when the read-back matched (logged), -1 otherwise or when the slot cannot be had. */
+BSP_API int32_t BSP_SetWwn2CpldRam(const uint8_t *mac, uint32_t len);
+/* Logs a written WWN record beside its read-back, when both have at least 10 bytes. */
+BSP_API void BSP_RecordWwnLog(const uint8_t *written, uint32_t wlen, const uint8_t *read, uint32_t rlen);
 
 /* ==================================================== fan-board MCU and cooling state */
 

@@ -19,3 +19,16 @@ BSPSIM_API int32_t get_sdk_ver(char *first, char *second, uint32_t first_len, ui
 {
     return firmware::sdk_ver({Op::GetSdkVer, kAnyKey}, first, second, first_len, second_len);
 }
+
+// The platform's 8-bit check byte: CRC-8 with polynomial x^8 + x^2 + x + 1 (0x07), most
+// significant bit first, starting from `init`, no final inversion. A pure computation: it
+// touches no device, so it is neither recorded nor open to injected faults.
+BSPSIM_API uint8_t arith_make_crc_checksum(uint8_t init, const uint8_t *data, uint32_t len)
+{
+    uint8_t crc = init;
+    for (uint32_t i = 0; data && i < len; ++i) {
+        crc ^= data[i];
+        for (int bit = 0; bit < 8; ++bit) crc = static_cast<uint8_t>((crc & 0x80) ? (crc << 1) ^ 0x07 : crc << 1);
+    }
+    return crc;
+}

@@ -24,7 +24,8 @@
     X(pcie)              \
     X(ssd)               \
     X(enclosure_records) \
-    X(psu)
+    X(psu)               \
+    X(slots)
 
 namespace bspsim::detail {
 

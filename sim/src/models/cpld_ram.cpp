@@ -40,6 +40,9 @@ void load(Section &s)
 }
 
 }  // namespace
+
+void put(uint32_t addr, uint8_t value) { cell(addr) = value; }
+
 }  // namespace bspsim::detail::cpld_ram
 
 namespace bspsim::detail {

@@ -40,3 +40,14 @@ namespace bspsim::detail {
 const Model model_enclosure = {.name = "enclosure", .scope = Scope::Enclosure, .size = sizeof(enclosure::State),
                                .sections = "enclosure", .load = enclosure::load, .reset = enclosure::reset};
 }
+
+namespace bspsim::detail::enclosure {
+
+uint32_t slot_of(uint32_t board) { return board < kMaxBoards ? st().slot[board] : 0; }
+
+void set_slot_of(uint32_t board, uint32_t slot)
+{
+    if (board < kMaxBoards) st().slot[board] = slot;
+}
+
+}  // namespace bspsim::detail::enclosure

@@ -1,6 +1,7 @@
 // GPIO pins of the SoC: levels from the profile's [gpio] section, scripted read sequences.
 #include "core/section.h"
 #include "models/gpio.h"
+#include "models/slots.h"
 
 namespace bspsim::detail::gpio {
 namespace {
@@ -43,7 +44,7 @@ int32_t read(Call &&call, uint32_t n, uint8_t *value, uint32_t flags)
 {
     call.rec = {.a = n, .b = flags};
     return call.run(n < kPins && value && flags == 0, [&] {
-        uint32_t level = pin(n).level & 1u;
+        uint32_t level = slots::strap_level(n, pin(n).level & 1u);
         if (take_script(Source::Pin, n, &level)) level &= 1u;
         call.rec.value = *value = static_cast<uint8_t>(level);
         return 0;

@@ -99,6 +99,12 @@ uint32_t Board::sysinfo(uint32_t request) const
     return a ? a->word : 0;
 }
 
+uint8_t detail::sysinfo::board_id()
+{
+    const Answer *a = find(kBoardInfoRequest, false);
+    return static_cast<uint8_t>(a ? a->word >> 4 : 0);
+}
+
 void Board::set_board_id(uint8_t id) { set_sysinfo(kBoardInfoRequest, static_cast<uint32_t>(id) << 4); }
 
 }  // namespace bspsim

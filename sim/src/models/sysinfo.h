@@ -8,6 +8,8 @@ namespace bspsim::detail::sysinfo {
 
 // The ioctl on an open /dev/sys_info (errno set on failure).
 int ioctl(Call &&call, uint32_t request, void *arg);
+// Lock held. The board id the board-information word carries (bits 4-11).
+uint8_t board_id();
 
 }  // namespace bspsim::detail::sysinfo
 

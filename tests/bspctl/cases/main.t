@@ -87,14 +87,17 @@ An empty name is refused before any board is looked for, so nothing in the home 
     crc32      checksum of a file, as cksum prints it
     frame      show the enclosure: frame type, disks, model, configuration, IO cards
     led        list, read or switch the enclosure and board LEDs
+    mac        the enclosure MAC address, from its WWN
     pcie       enable the PCIe cores or hold them off
     psu        power supplies and backup battery (table, watch)
     ram        dump and write the CPLD RAM
     sim        manage the simulated board (reset, profiles, where, psu)
+    slot       this board's slot, the opposite slot and the master's slot
     ssd        list, read or record the SSD online bits
     status     report what board this is
     uart       print or switch the port the BMC's UART is routed to
     version    print the versions of the CPLDs, BMC, PCB, boot loader and SDK
+    wwn        show the enclosure WWN, or store one made from a MAC
   $ bspctl status --help
   usage: bspctl [-p PROFILE] [--json] status
     Prints the board id, the board type (or why it is not known), the kind of

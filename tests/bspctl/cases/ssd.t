@@ -1,14 +1,12 @@
 bspctl ssd: the SSD online bits.
 
-## gate
-The library reads the SSD bits only once it knows the board type, which on controller boards
-needs the slot.
+## controller
+The library reads the SSD bits once it knows the board type, which on controller boards comes
+with the slot.
   $ bspctl ssd
-  2> bspctl: cannot read SSD 0 (-v shows why)
-  [1]
+  online: 0 1 2 3
   $ bspctl --json ssd 9 1
-  {"error": "cannot record SSD 9 (status 0xffffffff; -v shows why)"}
-  [1]
+  {"ssd": 9, "recorded": 1}
 
 ## smm-reads-presence-writes-record
 On enclosures other than 4U four-controller ones, reads show the disks' presence and writes

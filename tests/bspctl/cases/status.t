@@ -3,7 +3,7 @@ bspctl status on every shipped profile, and its JSON document.
 ## default
   $ bspctl status
   board id:      0x05
-  board type:    unknown: the slot of this board is not known yet
+  board type:    0x34
   enclosure:     2U two-controller
   board:         Arm controller
 
@@ -41,7 +41,7 @@ bspctl status on every shipped profile, and its JSON document.
 ## arm-2u2c
   $ bspctl -p arm-2u2c status
   board id:      0x05
-  board type:    unknown: the slot of this board is not known yet
+  board type:    0x34
   enclosure:     2U two-controller
   board:         Arm controller
 
@@ -79,7 +79,7 @@ bspctl status on every shipped profile, and its JSON document.
 ## x86-2u
   $ bspctl -p x86-2u status
   board id:      0x2d
-  board type:    unknown: the slot of this board is not known yet
+  board type:    0x38
   enclosure:     2U two-controller
   board:         x86 controller (2 CPUs)
 
@@ -117,7 +117,7 @@ bspctl status on every shipped profile, and its JSON document.
 ## 4u4c
   $ bspctl -p 4u4c status
   board id:      0x71
-  board type:    unknown: the slot of this board is not known yet
+  board type:    0x00
   enclosure:     4U four-controller
   board:         Arm controller
 
@@ -159,7 +159,7 @@ bspctl status on every shipped profile, and its JSON document.
 ## exp-2u
   $ bspctl -p exp-2u status
   board id:      0x24
-  board type:    unknown: the slot of this board is not known yet
+  board type:    0x40
   enclosure:     2U expansion
   board:         expansion board
 
@@ -235,8 +235,7 @@ bspctl status on every shipped profile, and its JSON document.
   $ bspctl --json status
   {
     "board_id": 5,
-    "board_type": null,
-    "board_type_reason": "the slot of this board is not known yet",
+    "board_type": 52,
     "enclosure": "2U two-controller",
     "board": "Arm controller",
     "cpus": 0,

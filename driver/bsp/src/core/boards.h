@@ -53,6 +53,14 @@ inline constexpr std::array<uint8_t, 1> kSingleCpuIds = {0x2E};
 // The SMM boards whose board-type straps are wired to their own GPIO pins.
 inline constexpr std::array<uint8_t, 2> kSmmOwnStrapPinIds = {0x81, 0x82};
 
+// Slot identification. The board without slot straps; the boards whose straps carry a slot
+// code with a parity bit (the others code their slot on two pins); the boards that have no
+// slot register in their CPLD; the boards whose slot straps sit on their own pins.
+inline constexpr std::array<uint8_t, 1> kNoSlotStrapIds = {0x71};
+inline constexpr std::array<uint8_t, 6> kParitySlotStrapIds = {0x0A, 0x0C, 0x0F, 0x11, 0x81, 0x82};
+inline constexpr std::array<uint8_t, 4> kNoCpldSlotIds = {0x0C, 0x0F, 0x81, 0x82};
+inline constexpr std::array<uint8_t, 2> kOwnSlotPinIds = {0x81, 0x82};
+
 }  // namespace bsp
 
 #endif
