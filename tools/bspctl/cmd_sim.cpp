@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "bspctl.h"
+#include "bspsim/board_power.hpp"
 #include "bspsim/sim.hpp"
 
 namespace bspctl {
@@ -11,10 +12,25 @@ int sim_psu(const Options &opts, const Args &args);  // cmd_psu.cpp
 
 namespace {
 
+// rail REG BIT 0|1|free: hold a rail (or front power) bit of the attached board, or let it go.
+int rail(const Args &args)
+{
+    if (args.size() != 4) return usage_error("sim rail takes REG BIT 0|1|free", "sim");
+    const std::optional<uint64_t> reg = parse_number(args[1], 0x3FF), bit = parse_number(args[2], 7);
+    const int level = args[3] == "0" ? 0 : args[3] == "1" ? 1 : args[3] == "free" ? -1 : -2;
+    if (!reg || !bit || level == -2) return usage_error("sim rail takes REG BIT 0|1|free", "sim");
+    if (bspsim::board_power().rails(static_cast<uint32_t>(*reg)) == 0) {
+        return fail("register " + hex(*reg) + " has no rail or front power bits on this board");
+    }
+    bspsim::board_power().hold(static_cast<uint32_t>(*reg), static_cast<uint32_t>(*bit), level);
+    return 0;
+}
+
 int run(const Options &opts, const Args &args)
 {
     if (!args.empty() && args[0] == "psu") return sim_psu(opts, Args(args.begin() + 1, args.end()));
-    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu", "sim");
+    if (!args.empty() && args[0] == "rail") return rail(args);
+    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu|rail", "sim");
     if (args[0] == "reset") {
         std::string dir = bspsim::reset_persistent(opts.profile);
         if (opts.json) {
@@ -42,17 +58,19 @@ int run(const Options &opts, const Args &args)
         }
         return 0;
     }
-    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where|psu)", "sim");
+    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where|psu|rail)", "sim");
 }
 
-const Register reg({"sim", "manage the simulated board (reset, profiles, where, psu)",
+const Register reg({"sim", "manage the simulated board (reset, profiles, where, psu, rail)",
                     "usage: bspctl [-p PROFILE] [--json] sim reset|profiles|where\n"
                     "       bspctl [-p PROFILE] [--json] sim psu N present|absent|alarm|ok|fail|glitch [COUNT]\n"
+                    "       bspctl [-p PROFILE] [--json] sim rail REG BIT 0|1|free\n"
                     "  reset     restore the board of PROFILE (or of BSPSIM_INSTANCE) from its profile\n"
                     "  profiles  list the shipped board profiles\n"
                     "  where     print the directory of the simulated board\n"
                     "  psu       pull or insert supply N, raise its alarm, make it fail (no power-ok,\n"
-                    "            alarm) or ok again, or make its next COUNT (1) reads show an invalid code\n",
+                    "            alarm) or ok again, or make its next COUNT (1) reads show an invalid code\n"
+                    "  rail      hold a rail or front power bit of the board at 0 or 1, or let it go\n",
                     run});
 
 }  // namespace

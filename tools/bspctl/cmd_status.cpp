@@ -7,6 +7,7 @@
 
 #include "bmc_bsp.h"
 #include "bspctl.h"
+#include "power_report.h"
 #include "psu_report.h"
 
 namespace bspctl {
@@ -261,15 +262,20 @@ int run(const Options &opts, const Args &args)
     std::vector<CtrlBoard> ctrl_boards = collect_ctrl_boards();
     const std::vector<SupplyReport> supplies = collect_supplies();
     const BbuReport bbu = collect_bbu();
+    const PowerReport power = collect_power(false);
     if (opts.json) {
         print_json(r);
         print_cplds_json(cplds);
+        std::printf(",\n  \"power\": {\"state\": \"%s\", \"standby\": %s, \"rails_ok\": %s}", power.state(),
+                    json_flag(power.standby), json_verdict(power));
         print_ctrl_boards_json(ctrl_boards);
         print_power_json(supplies, bbu);
         std::printf("\n}\n");
     } else {
         print_text(r);
         print_cplds_text(cplds);
+        std::printf("power:         %s, standby %s, rails %s\n", power.state(), yes_no(power.standby),
+                    power.verdict().c_str());
         print_ctrl_boards_text(ctrl_boards);
         print_power_text(supplies, bbu);
     }
@@ -280,9 +286,9 @@ const Register reg({"status", "report what board this is",
                     "usage: bspctl [-p PROFILE] [--json] status\n"
                     "  Prints the board id, the board type (or why it is not known), the kind of\n"
                     "  enclosure and board the predicates report, the board-table rows of the id,\n"
-                    "  the CPLD count, versions and health, and which controller boards of the\n"
-                    "  enclosure are present and have booted, and the state of the power supplies\n"
-                    "  and the backup battery.\n",
+                    "  the CPLD count, versions and health, the board's power (standby, the verdict\n"
+                    "  of its rail check), which controller boards of the enclosure are present and\n"
+                    "  have booted, and the state of the power supplies and the backup battery.\n",
                     run});
 
 }  // namespace

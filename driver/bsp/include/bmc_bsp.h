@@ -71,6 +71,70 @@ BSP_API uint8_t BSP_CntBitNum(uint32_t value);
  * Returns 0 when the parity is right, -1 when it is wrong. */
 BSP_API int32_t BSP_PrivCheck(uint8_t mode, uint32_t value, uint8_t bitCount);
 
+/* =================================================================== data conversion */
+
+/* Conversions never fail: they wrap, clamp or stop at the first character they do not expect,
+ * as each comment says. A null text is read as an empty one. */
+
+/* Hexadecimal text to a number: an optional "0x"/"0X", then digits and letters until the first
+ * other character. Any letter counts as (its lower case - 'a' + 10), so "g" is 16 and "z" 35;
+ * only proper hexadecimal is meant. Wraps modulo 2^32; 0 for an empty scan. */
+BSP_API uint32_t htoi(const char *text);
+/* Binary text to a number: "0" and "1" until the first other character (no prefix); only the
+ * last 16 digits survive. 0 when the text does not start with "0" or "1". */
+BSP_API uint32_t btoi(const char *text);
+/* Text starting "0x"/"0X" as htoi; anything else as decimal with strtol (leading blanks and a
+ * sign accepted, trailing text ignored, so "010" is 10). */
+BSP_API int64_t BSP_HexOrDecPro(const char *text);
+/* Trims blanks, tabs, line feeds and carriage returns (only these) from both ends of `text`, in
+ * place; white space only becomes empty. A null or empty text is logged and left alone. */
+BSP_API void BSP_StrConvert(char *text);
+/* Cuts `text` in place at the first '#' outside double quotes. Null or empty is left alone. */
+BSP_API void BSP_CommentTrim(char *text);
+/* `later - earlier` modulo 2^32 (resp. 2^64): elapsed ticks even across a counter wrap. */
+BSP_API uint32_t BSP_Diff_Uint32(uint32_t earlier, uint32_t later);
+BSP_API uint64_t BSP_Diff_Ulong(uint64_t earlier, uint64_t later);
+
+/* PMBus LINEAR16: the unsigned `mantissa` times 2^`exponent` (already sign-extended). */
+BSP_API float BSP_Literal16ToFloat(uint16_t mantissa, int8_t exponent);
+/* PMBus LINEAR11: bits 0-10 a signed mantissa, bits 11-15 a signed exponent (-16..15). */
+BSP_API float BSP_Literal11ToFloat(uint16_t word);
+/* PMBus LINEAR16 encoding of `value` for the 5-bit two's-complement exponent field in bits 0-4
+ * of `exponent` (the mode byte; higher bits ignored). Clamped to 0..65535, else truncated. */
+BSP_API uint16_t BSP_FloatToLiteral16(int8_t exponent, float value);
+
+/* GLib's value type, declared as GLib itself does; include <glib.h> to build or read values. */
+struct _GVariant;
+/* `value` as text: "b" TRUE/FALSE; "y" "%u"; "n", "q", "i" "%d"; "u" "%d" too (so 2^31 and
+ * up print negative); "d" "%f"; "s" a copy; any array as BSP_GarrayToString. Returns a new text
+ * the caller frees with g_free, or null for another type or a null `value` (logged). The
+ * caller keeps its reference to `value`. */
+BSP_API char *BSP_GvariantToString(struct _GVariant *value);
+/* The elements of the array (or other container) `array` rendered as above, each followed by
+ * ", " (the last one too); elements that render to null are skipped. Once the next element no
+ * longer fits into 124 characters, "..." ends the text. Returns a new text the caller frees with
+ * g_free, or null for a null or non-container `array` (logged). The caller keeps `array`. */
+BSP_API char *BSP_GarrayToString(struct _GVariant *array);
+/* Writes min(count, (outSize - 1) / 2) bytes of `bytes` into `out` as upper-case hexadecimal
+ * pairs, terminated. Writes nothing when a pointer is null or a size is 0. */
+BSP_API void BSP_Arr2String(const uint8_t *bytes, uint32_t count, char *out, uint32_t outSize);
+/* Direction 0: fan level 1..32 to PWM duty 0..255 (level 1 is the board's lowest duty: 25 on a
+ * lite board, 51 on others; level 32 is 255). Direction 1: PWM duty to the nearest fan level.
+ * Other directions give 0. Results outside a byte wrap (they are cut to 8 bits). */
+BSP_API uint8_t BSP_FanLevelConvert(uint8_t direction, uint8_t value);
+
+/* Reads `length` bytes (at most 10240) from `offset` of the file `path` opened with `mode` into
+ * `buf`. Returns 0, or 0xFFFFFFFF (logged) for a null pointer, a length above the limit (refused
+ * before the file is opened), a file that cannot be opened or positioned, or fewer bytes than
+ * asked for; `buf` is then left untouched. */
+BSP_API uint32_t BSP_ReadFileInfo(const char *path, const char *mode, uint32_t offset, uint32_t length, void *buf);
+/* Writes `length` bytes (at most 10240) of `buf` at `offset` of the file `path` opened with
+ * `mode`, and has them flushed and synchronised to the medium before it returns 0. Returns
+ * 0xFFFFFFFF (logged) on the failures BSP_ReadFileInfo names, a short write, or a failed flush
+ * or synchronisation; what reached the file then is unknown. */
+BSP_API uint32_t BSP_WriteFileInfo(const char *path, const char *mode, uint32_t offset, uint32_t length,
+                                   const void *buf);
+
 /* ================================================================= object properties */
 
 /* Typed access to properties of the management framework's objects. Every function returns
@@ -513,6 +577,113 @@ BSP_API uint32_t BSP_CheckBBUStatus(uint8_t bbu);
 BSP_API uint32_t GetPowerFwShift(const uint8_t *image, uint32_t length);
 
 /* ====================================================================== board power */
+
+/* One row of the front (host) power table of the Arm boards (16 bytes): the register of a
+ * board id, the mask and expected value for mode 1 and for mode 0, the gate mask (when non-zero,
+ * a value with none of its bits set is abnormal whatever else it shows) and the strategy
+ * (2: an abnormal row counts, 1: it is only logged). */
+typedef struct FrontPowerCheckRow {
+    uint8_t boardId;
+    uint8_t reserved0[3];
+    uint32_t addr;
+    uint8_t mode1Mask;
+    uint8_t mode1Value;
+    uint8_t mode0Mask;
+    uint8_t mode0Value;
+    uint8_t gateMask;
+    uint8_t strategy;
+    uint8_t reserved1[2];
+} FrontPowerCheckRow;
+
+/* `*state` = the PS_ON nibble (bits 0-3 of register 0x1B1). 0xFFFFFFFF for a null `state` or a
+ * failed read (logged; `*state` untouched). */
+BSP_API uint32_t BSP_GetPSONState(uint8_t *state);
+/* `*standby` = 1 when this board is in standby (register 0x47 bit 4), else 0. 0xFFFFFFFF for a
+ * null `standby` or a failed read (logged; `*standby` untouched). */
+BSP_API uint32_t BSP_GetPowerStandByStatus(uint8_t *standby);
+/* `*standby` = 1 when controller board `board` (0..3) is in standby (0xF9 bit 3 / bit 7, 0xFA
+ * bit 3 / bit 7), else 0. 0xFFFFFFFF, silently, for a null `standby` or a board above 3; for a
+ * failed read, logged. */
+BSP_API uint32_t BSP_GetOtherBoardPowerStandByStatus(uint8_t board, uint8_t *standby);
+/* 1 when every present controller board (4 on a 4U four-controller board, else 2) is in
+ * standby, so also when none is present; 0 at the first present board that is not (a standby
+ * bit that cannot be read counts as not in standby). */
+BSP_API uint32_t BSP_IsEnclStandby(void);
+/* Resets the system as an AC loss would: lifts the protection 0x1A1 bit 0, pulses 0x1A0 bit 0
+ * to 0 and back to 1, puts the protection back. 0xFFFFFFFF when the protection cannot be
+ * lifted (nothing else is written); otherwise the status of putting it back. Failed pulse
+ * edges are logged and the sequence goes on; the success line is logged in every such case. */
+BSP_API uint32_t BSP_SimAcInt(void);
+/* `*state` = register 0xC2 bit 2 (untouched when the read fails), then pulses 0xC4 bit 2 to 1
+ * and back to 0. Statuses are not reported; a null `state` does nothing. */
+BSP_API void BSP_GetPwrReg(uint8_t *state);
+/* Writes register 0xC8 bit 0 (the AC-off request) to 1 / to 0; the write's status. */
+BSP_API uint32_t BSP_SetPwrReg(void);
+BSP_API uint32_t BSP_ClearPwrReg(void);
+/* Pulses the AC-off request 0xC8 bit 0 to 1 and back to 0; the status of the second write. */
+BSP_API uint32_t BSP_SetAcOff(void);
+/* 1 when any rail of this board's rows of the rail power-good table reads good (a bit of a
+ * row's off-mask set; logged), 0 when none does or the board id has no rows, 255 when the board
+ * id cannot be read. Registers that cannot be read count as 0. */
+BSP_API uint32_t BSP_IsAnyBoardPowerGood(void);
+/* After power-on: 1 when a level-2 row of this board has a rail of its on-mask not good, else 0
+ * (also when the board id cannot be read). Each failing row is logged once until it reads good
+ * again. */
+BSP_API uint32_t BSP_CpuPowerOnCheck(void);
+/* After power-off: 1 when a level-2 row of this board still has a rail of its off-mask good,
+ * else 0 (also when the board id cannot be read). Each failing row is logged once until it
+ * reads clean again. */
+BSP_API uint32_t BSP_CpuPowerOffCheck(void);
+/* The x86 check when BSP_isX86Board() is 1, else the Arm check; that check's result. */
+BSP_API uint32_t BSP_FrontPowerCheck(uint8_t mode);
+/* x86 front power (register 0x3D): the CPLD's health (BSP_CpldBorCIsHealth, after 1 s) when
+ * bit 7 or bit 5 is down or, in an even mode, bit 6 is up; 0 otherwise, also when the register
+ * cannot be read. An abnormal byte is logged once until it reads healthy again. */
+BSP_API uint32_t BSP_CheckFrontPowerForX86(uint8_t mode);
+/* Arm front power: the OR of the CPLD's health (after 1 s) over this board's abnormal rows of
+ * strategy 2; 0 when none (or the board id cannot be read). Each abnormal row is logged once
+ * until it reads normal again. */
+BSP_API uint32_t BSP_CheckFrontPowerForArm(uint8_t mode);
+/* 1 when `value` is abnormal for `row` in `mode` (the mode-1 columns for a non-zero mode), else
+ * 0; 0 for a null `row`. */
+BSP_API uint32_t BSP_isFrontPowerAbnormal(const FrontPowerCheckRow *row, uint8_t value, uint8_t mode);
+/* `*value` = register 0x3E (untouched when the read fails); a null `value` does nothing. */
+BSP_API void BSP_CheckPsOn(uint8_t *value);
+/* Lights (1) or puts out (0) the board power LED, register 0x5F bit 0, when it does not show
+ * that already; the change goes to the operation log. Other values do nothing. */
+BSP_API void BSP_BoardPowerLedCtrl(uint8_t on);
+/* Presses the soft power button: 0 power on, 2 forced power off, 3 graceful power off. Pulses
+ * the button bit (register 0xE7 bit 0 / 1 / 2) low for 5 / 10 / 10 ms with its protection
+ * (same bit of 0xE8) lifted for the whole pulse and put back after, then sets the power LED
+ * (on / off / unchanged). Always 0 for these actions, failed writes being logged; 0xFFFFFFFF,
+ * touching nothing, for any other action. */
+BSP_API uint32_t BSP_SoftPowerButtonCtrl(uint8_t action);
+/* 1 when this board's power can be handed to another board, 0 otherwise or when the board id
+ * cannot be read. */
+BSP_API uint32_t BSP_IsPowerTransBoardSupport(void);
+/* When the CPLDs pass their self test and register 0x42 bit 7 flags an abnormal power-down:
+ * logs the record (0x3F, 0x40, 0x41, 0x42, 0x77) and clears the flag (0x42 bit 7 to 1, then 0).
+ * A failed read is logged and ends it. */
+BSP_API void BSP_CollectAbnormalPwrDownLog(void);
+/* Records expansion board `board` (0..3) as powered on (state 1) or off (state 18) in CPLD RAM
+ * 0xD919 bit `board`; 0 (the RAM write reports its own failures). 0xFFFFFFFF for a board above 3
+ * (silently) or another state (logged). */
+BSP_API uint32_t BSP_SetExpBoardPowerState(uint8_t board, uint8_t state);
+/* `*state` = 1 when expansion board `board` is recorded powered on, else 18 (also when the RAM
+ * cannot be read); 0. 0xFFFFFFFF, `*state` untouched, for a null `state` or a board above 3. */
+BSP_API uint32_t BSP_GetExpBoardPowerState(uint8_t board, uint8_t *state);
+/* 1 on a 2U expansion board when neither expansion board 0 nor 1 is powered on, else 0. */
+BSP_API uint32_t BSP_IsExpFramePowerOff(void);
+/* Writes bit `bit` (0..7) of the sys-up register 0x1B0 to `value` (0 or 1). 0 on success; a
+ * bad argument (logged) gives 0xFFFFFFFF, a failed write (logged) that write's status. */
+BSP_API uint32_t BSP_EnableBoardSysUp(uint8_t bit, uint8_t value);
+/* 1 when bit `bit` of the sys-up register 0x1B0 is 1; 0 when it is 0 or cannot be read
+ * (logged). A bit above 7 is logged and answers 1: a bad question never holds a board down. */
+BSP_API uint32_t BSP_IsPermitBoardSysUp(uint8_t bit);
+/* On x86 boards BSP_EnableBoardSysUp (logged first); elsewhere 0, touching nothing. */
+BSP_API uint32_t BSP_EnableSysUpExtend(uint8_t bit, uint8_t value);
+/* On x86 boards BSP_IsPermitBoardSysUp; elsewhere 0. */
+BSP_API uint32_t BSP_IsPermitSysUpExtend(uint8_t bit);
 
 /* ================================================================= board services */
 

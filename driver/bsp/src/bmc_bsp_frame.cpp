@@ -121,10 +121,39 @@ int compare(const uint8_t *a, const uint8_t *b, size_t n)
 
 extern "C" {
 
-// Interim until board power lands: fails without touching anything.
 int32_t BSP_GetFrameType(uint16_t *type)
 {
-    (void)type;
+    if (type == nullptr) return kErrS;
+    if (g_frame_type.known()) {
+        *type = g_frame_type.get() & kTypeMask;
+        return kOkS;
+    }
+    uint8_t check = 0, low = 0, high = 0;
+    if (BSP_ReadCpldBytes(kCheckReg, 1, &check) != kOk || BSP_ReadCpldBytes(kLowReg, 1, &low) != kOk ||
+        BSP_ReadCpldBytes(kHighReg, 1, &high) != kOk)
+        return kErrS;
+    const auto word = static_cast<uint16_t>(low | high << 8);
+    const int32_t checked = BSP_PrivCheck(check, word & kTypeMask, kTypeBits);
+    if (checked == kOkS) {
+        (void)BSP_EnableBoardSysUp(kSysUpFrameKnownBit, 0);
+        BSP_ReWriteCpld(check, low, high);
+        g_frame_type.set(word);
+        *type = word & kTypeMask;
+        return kOkS;
+    }
+    // Repair from the backup. Only its low byte comes back: the high byte of the word is lost.
+    uint8_t marker = 0, backup = kErasedByte;
+    BSP_GetCpldRam(kBackupMarkerAddr, &marker);
+    if (marker == kValidMarker) BSP_GetCpldRam(kBackupLowAddr, &backup);
+    if (marker == kValidMarker && backup != kErasedByte) {
+        *type = backup & kTypeMask;
+        g_frame_type.set(backup);
+        (void)BSP_EnableBoardSysUp(kSysUpFrameKnownBit, 0);
+        BSP_OPLOG(kLogNotice, "Get frame type(0x%x) from cpld ram successed", *type);
+        return kOkS;
+    }
+    BSP_LOG(kLogError, "Frame type priv check failed, repair failed(%d) read value is 0x%x, Crc %d", checked, word,
+            check);
     return kErrS;
 }
 

@@ -83,7 +83,8 @@ public:
     X(GetUbootNum, "get_cur_uboot_num") /* value = boot-loader copy number answered */        \
     X(GetUbootVer, "get_uboot_ver")     /* a = boot-loader copy, name = version answered */   \
     X(GetSdkVer, "get_sdk_ver")         /* a = first length, b = second length, name = first version */ \
-    X(Change, "change")                 /* name = what a device model's unit did ("led frame-locate on") */
+    X(Change, "change")                 /* name = what a device model's unit did ("led frame-locate on") */ \
+    X(BoardPower, "board_power")        /* name = what moved the board's power, b = pulse width in ms */
 
 enum class Op : uint32_t {
 #define BSPSIM_OP_ENUM(id, name) id,
@@ -184,7 +185,8 @@ public:
     uint8_t ram(uint32_t addr) const;
     void set_ram(uint32_t addr, uint8_t value);
     // Names a register and gives it a kind, as a profile's [cpld.map] line does:
-    // "ADDR [ro|w1c|selftest] [protect MASK GUARD GUARD_MASK OPEN] [reset VALUE]".
+    // "ADDR [ro|w1c|selftest] [protect MASK GUARD GUARD_MASK OPEN] [reset VALUE]"; with
+    // "protect-bits" instead of "protect", each bit n of MASK has bit n of the guard for its own.
     void map_register(const std::string &name, const std::string &definition);
     // Bits of `mask` in `reg` can only be written while (reg(guard) & guard_mask) == open_value.
     void protect(uint32_t reg, uint8_t mask, uint32_t guard, uint8_t guard_mask, uint8_t open_value);

@@ -25,7 +25,8 @@
     X(ssd)               \
     X(enclosure_records) \
     X(psu)               \
-    X(slots)
+    X(slots)             \
+    X(board_power)
 
 namespace bspsim::detail {
 

@@ -54,6 +54,7 @@ std::string body(const Event &e)
     case Op::FileAccessible: return fmt("access %s=%u", e.name.c_str(), e.value);
     case Op::CpldGetId: return fmt("cpldid %u=%u", e.a, e.value);
     case Op::CpldSetNum: return fmt("cpldnum %u", e.a);
+    case Op::BoardPower: return fmt("power %s %ums", e.name.c_str(), e.b);
     case Op::Termios: return fmt("%s tty%s%s", e.b ? "tcset" : "tcget", e.value & IXON ? " ixon" : "", e.value & IXOFF ? " ixoff" : "");
     case Op::Change: return e.name;
     case Op::DflBlockRead:

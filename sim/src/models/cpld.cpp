@@ -30,6 +30,7 @@ struct RegDef {
     uint16_t guard;
     uint32_t hook_owner;
     char name[24];
+    uint8_t per_bit;  // each protected bit has the guard's bit of the same number
 };
 
 struct State {
@@ -53,10 +54,11 @@ uint8_t closed_bits(const RegDef &d)
 {
     if (d.kind == kReadOnly) return 0xFF;
     if (d.wp_mask == 0 || d.guard >= kRegs) return 0;
+    if (d.per_bit) return static_cast<uint8_t>(d.wp_mask & d.guard_mask & (st().regs[d.guard] ^ d.open_value));
     return (st().regs[d.guard] & d.guard_mask) != d.open_value ? d.wp_mask : 0;
 }
 
-// "ADDR [ro|w1c|selftest|plain] [protect MASK GUARD GUARD_MASK OPEN] [reset VALUE]"
+// "ADDR [ro|w1c|selftest|plain] [protect|protect-bits MASK GUARD GUARD_MASK OPEN] [reset VALUE]"
 void map_register(const std::string &name, const std::string &definition)
 {
     gchar **words = g_strsplit_set(definition.c_str(), " \t", -1);
@@ -81,7 +83,8 @@ void map_register(const std::string &name, const std::string &definition)
         const std::string word = w[i++];
         if (word == "plain" || word == "ro" || word == "w1c" || word == "selftest") {
             d.kind = word == "ro" ? kReadOnly : word == "w1c" ? kW1C : word == "selftest" ? kSelfTest : kPlain;
-        } else if (word == "protect") {
+        } else if (word == "protect" || word == "protect-bits") {
+            d.per_bit = word == "protect-bits";
             d.wp_mask = static_cast<uint8_t>(number(0x100));
             d.guard = static_cast<uint16_t>(number(kRegs));
             d.guard_mask = static_cast<uint8_t>(number(0x100));
@@ -137,6 +140,22 @@ void hook(uint32_t addr, ModelId owner, uint8_t bits)
 {
     st().map[addr].hook_owner = static_cast<uint32_t>(owner);
     st().map[addr].hook_bits = bits;
+}
+
+void store(uint32_t addr, uint8_t value, uint8_t mask)
+{
+    uint8_t &reg = st().regs[addr];
+    reg = static_cast<uint8_t>((reg & ~mask) | (value & mask));
+}
+
+void protect(uint32_t reg, uint8_t mask, uint32_t guard, uint8_t guard_mask, uint8_t open_value, bool per_bit)
+{
+    RegDef &d = st().map[reg];
+    d.wp_mask = mask;
+    d.guard = static_cast<uint16_t>(guard);
+    d.guard_mask = guard_mask;
+    d.open_value = open_value;
+    d.per_bit = per_bit ? 1 : 0;
 }
 
 uint8_t read(uint32_t addr)
@@ -251,11 +270,7 @@ void Board::protect(uint32_t reg, uint8_t mask, uint32_t guard, uint8_t guard_ma
     check_range("CPLD register", reg, cpld::kRegs);
     check_range("CPLD guard register", guard, cpld::kRegs);
     Lock lock;
-    auto &d = cpld::st().map[reg];
-    d.wp_mask = mask;
-    d.guard = static_cast<uint16_t>(guard);
-    d.guard_mask = guard_mask;
-    d.open_value = open_value;
+    cpld::protect(reg, mask, guard, guard_mask, open_value);
 }
 
 void Board::make_self_test(uint32_t reg)

@@ -23,6 +23,12 @@ uint8_t rendered(uint32_t addr);
 bool back_door();
 // The bits `bits` of `addr` are rendered by model `owner` through its register hooks.
 void hook(uint32_t addr, ModelId owner, uint8_t bits);
+// Lock held. Sets bits `mask` of the stored byte, by the back door (for a model that renders
+// a register whole and keeps its other bits plain).
+void store(uint32_t addr, uint8_t value, uint8_t mask);
+// Bits `mask` of `reg` can only be written while (reg(guard) & guard_mask) == open_value; with
+// `per_bit`, each bit n of `mask` only while bit n of the guard equals bit n of open_value.
+void protect(uint32_t reg, uint8_t mask, uint32_t guard, uint8_t guard_mask, uint8_t open_value, bool per_bit = false);
 
 int32_t local_bus(Call &&call, LocalBusRequest *req, bool write);
 int32_t spi(Call &&call, SpiRequest *req, bool write);

@@ -52,6 +52,12 @@ void load(Section &s)
 
 }  // namespace
 
+uint8_t board_id()
+{
+    const Answer *a = find(kBoardInfoRequest, false);
+    return a ? static_cast<uint8_t>(a->word >> 4) : 0xFF;
+}
+
 int ioctl(Call &&call, uint32_t request, void *arg)
 {
     call.rec = {.a = static_cast<uint32_t>(Device::SysInfo), .b = request};
@@ -97,12 +103,6 @@ uint32_t Board::sysinfo(uint32_t request) const
     Lock lock;
     const sysinfo::Answer *a = sysinfo::find(request, false);
     return a ? a->word : 0;
-}
-
-uint8_t detail::sysinfo::board_id()
-{
-    const Answer *a = find(kBoardInfoRequest, false);
-    return static_cast<uint8_t>(a ? a->word >> 4 : 0);
 }
 
 void Board::set_board_id(uint8_t id) { set_sysinfo(kBoardInfoRequest, static_cast<uint32_t>(id) << 4); }

@@ -8,7 +8,7 @@ namespace bspsim::detail::sysinfo {
 
 // The ioctl on an open /dev/sys_info (errno set on failure).
 int ioctl(Call &&call, uint32_t request, void *arg);
-// Lock held. The board id the board-information word carries (bits 4-11).
+// Lock held. The board id the board-information word gives (bits 4-11), 0xFF when it has none.
 uint8_t board_id();
 
 }  // namespace bspsim::detail::sysinfo

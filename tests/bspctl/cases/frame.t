@@ -1,21 +1,19 @@
 bspctl frame: the enclosure as this board reads it.
 
 ## controller
-%require bspctl frame
-The frame type and its disk slots, the records of the CPLD RAM; a controller board cannot read
-its IO cards until it knows its board type, which needs its slot.
+The frame type and its disk slots, the records of the CPLD RAM, and the IO cards that are in.
   $ bspctl frame
   frame type:    0x0c
   disks:         25
   model:         BP-2U25-SAS
   configuration: 2U2C;disks=25;psu=2;fans=4
-  io cards:      unknown
+  io cards:      0 1 7 8
   $ bspctl --json frame
-  {"frame_type": 12, "disks": 25, "model": "BP-2U25-SAS", "config": "2U2C;disks=25;psu=2;fans=4", "io_cards": null}
+  {"frame_type": 12, "disks": 25, "model": "BP-2U25-SAS", "config": "2U2C;disks=25;psu=2;fans=4", "io_cards": [0, 1, 7, 8]}
 
 ## expansion-board
-%require bspctl frame
-An expansion enclosure with no records: they show as none.
+An expansion enclosure with no records (they show as none); an expansion board does not read
+IO cards.
   $ bspctl -p exp-2u frame
   frame type:    0x0d
   disks:         12
@@ -26,7 +24,6 @@ An expansion enclosure with no records: they show as none.
   {"frame_type": 13, "disks": 12, "model": null, "config": null, "io_cards": null}
 
 ## smm
-%require bspctl frame
 The system management module reads the frame type but not the IO cards.
   $ bspctl -p smm frame
   frame type:    0x0a
@@ -38,7 +35,6 @@ The system management module reads the frame type but not the IO cards.
   {"frame_type": 10, "disks": 36, "model": "BP-4U36-SAS", "config": "4U4C;disks=36;psu=4;fans=6", "io_cards": null}
 
 ## damaged-records
-%require bspctl frame
 A model whose check byte was damaged and a configuration overwritten without its check byte
 read as absent.
   $ bspctl ram set 0xD931 0x00
@@ -48,7 +44,7 @@ read as absent.
   disks:         25
   model:         none
   configuration: none
-  io cards:      unknown
+  io cards:      0 1 7 8
 
 ## refused
   $ bspctl frame 1

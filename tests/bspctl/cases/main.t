@@ -89,9 +89,10 @@ An empty name is refused before any board is looked for, so nothing in the home 
     led        list, read or switch the enclosure and board LEDs
     mac        the enclosure MAC address, from its WWN
     pcie       enable the PCIe cores or hold them off
+    power      show the board's power, or press the soft power button
     psu        power supplies and backup battery (table, watch)
     ram        dump and write the CPLD RAM
-    sim        manage the simulated board (reset, profiles, where, psu)
+    sim        manage the simulated board (reset, profiles, where, psu, rail)
     slot       this board's slot, the opposite slot and the master's slot
     ssd        list, read or record the SSD online bits
     status     report what board this is
@@ -102,9 +103,9 @@ An empty name is refused before any board is looked for, so nothing in the home 
   usage: bspctl [-p PROFILE] [--json] status
     Prints the board id, the board type (or why it is not known), the kind of
     enclosure and board the predicates report, the board-table rows of the id,
-    the CPLD count, versions and health, and which controller boards of the
-    enclosure are present and have booted, and the state of the power supplies
-    and the backup battery.
+    the CPLD count, versions and health, the board's power (standby, the verdict
+    of its rail check), which controller boards of the enclosure are present and
+    have booted, and the state of the power supplies and the backup battery.
 
 ## json-help
   $ bspctl --json --help | python3 -c 'import json, sys; print(list(json.load(sys.stdin)))'

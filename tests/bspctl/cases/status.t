@@ -30,6 +30,7 @@ bspctl status on every shipped profile, and its JSON document.
     slot 1 -> board type 0x35
 
   cplds:         2, versions 00.05.200T01,00.02.110T03, healthy
+  power:         on, standby no, rails ok (power-on check)
 
   controller boards (2 in this enclosure):
     board 0: present, OS booted
@@ -68,6 +69,7 @@ bspctl status on every shipped profile, and its JSON document.
     slot 1 -> board type 0x35
 
   cplds:         2, versions 00.05.200T01,00.02.110T03, healthy
+  power:         on, standby no, rails ok (power-on check)
 
   controller boards (2 in this enclosure):
     board 0: present, OS booted
@@ -106,6 +108,7 @@ bspctl status on every shipped profile, and its JSON document.
     slot 1 -> board type 0x39
 
   cplds:         2, versions 00.07.210T00,00.17.300T02, healthy
+  power:         not judged, standby no, rails not judged (no rails known for this board)
 
   controller boards (2 in this enclosure):
     board 0: present, OS booted
@@ -146,6 +149,7 @@ bspctl status on every shipped profile, and its JSON document.
     slot 3 -> board type 0x03
 
   cplds:         2, versions 00.01.400T00,00.01.410T02, healthy
+  power:         on, standby no, rails ok (power-on check)
 
   controller boards (4 in this enclosure):
     board 0: present, OS booted
@@ -186,6 +190,7 @@ bspctl status on every shipped profile, and its JSON document.
     slot 1 -> board type 0x41
 
   cplds:         2, versions 00.03.120T05,00.03.220T00, healthy
+  power:         on, standby no, rails ok (power-on check)
 
   controller boards (2 in this enclosure):
     board 0: present, OS not booted
@@ -223,6 +228,7 @@ bspctl status on every shipped profile, and its JSON document.
     none
 
   cplds:         count unknown, healthy
+  power:         not judged, standby no, rails not judged (no rails known for this board)
 
   controller boards (2 in this enclosure):
     board 0: present, OS booted
@@ -264,6 +270,7 @@ bspctl status on every shipped profile, and its JSON document.
     "cpld_count": 2,
     "cpld_versions": "00.05.200T01,00.02.110T03",
     "cpld_healthy": true,
+    "power": {"state": "on", "standby": false, "rails_ok": true},
     "controller_boards": [
       {"index": 0, "present": true, "os_booted": true},
       {"index": 1, "present": true, "os_booted": true}
@@ -306,6 +313,7 @@ bspctl status on every shipped profile, and its JSON document.
     "cpld_count": null,
     "cpld_versions": "",
     "cpld_healthy": true,
+    "power": {"state": "not judged", "standby": false, "rails_ok": null},
     "controller_boards": [
       {"index": 0, "present": true, "os_booted": true},
       {"index": 1, "present": true, "os_booted": true}

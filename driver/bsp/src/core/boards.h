@@ -46,6 +46,9 @@ inline constexpr std::array<uint8_t, 11> kIdentifiedIds = {0x0F, 0x11, 0x81, 0x8
 inline constexpr std::array<uint8_t, 13> k2U2CCtrlSetIds = {0x00, 0x03, 0x05, 0x12, 0x14, 0x22, 0x1D,
                                                             0x2D, 0x35, 0x33, 0x2E, 0x99, 0x95};
 
+// Boards whose power can be handed from one board to another.
+inline constexpr std::array<uint8_t, 6> kPowerTransIds = {0x05, 0x06, 0x09, 0x22, 0x24, 0x27};
+
 // Processor count of the x86 boards.
 inline constexpr std::array<uint8_t, 3> kDoubleCpuIds = {0x2D, 0x33, 0x35};
 inline constexpr std::array<uint8_t, 1> kSingleCpuIds = {0x2E};
