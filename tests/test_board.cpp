@@ -200,7 +200,7 @@ TEST_P(BoardIds, PredicatesBoardListAndType)
     BSP_InitBoardTypeGpio();
     bool smm_pins = c.id == 0x81 || c.id == 0x82;
     EXPECT_EQ(tr({Op::GpioInit}), smm_pins ? "gi 50=in!-1 gi 52=in gi 53=in" : "gi 26=in!-1 gi 27=in gi 28=in");
-    // Only an SMM reads the factory-frame pins; the others go by the frame type, not read yet.
+    // Only an SMM reads the factory-frame pins; the others go by the frame type (0x0C here: no).
     for (uint32_t pin : {42, 43, 44}) sim().set_pin(pin, 0);
     EXPECT_EQ(BSP_isEquipFrameBoard(), c.smm);
     EXPECT_EQ(count(Op::GpioRead), c.smm ? 3u : 0u);
@@ -391,20 +391,20 @@ TEST_P(SmmFramePins, AllLowMeansFactoryFrame)
 INSTANTIATE_TEST_SUITE_P(Board, SmmFramePins, ::testing::Range(0u, 8u),
                          [](const auto &info) { return "pins_" + std::to_string(info.param); });
 
-// An SMM whose id cannot be read is taken for another board (see BoardIds), and asked again
-// later. One failed init or read spoils every later attempt: the error word is never cleared.
+// An SMM whose id cannot be read is taken for another board, which goes by the frame type (0x0A:
+// not a factory frame; its CPLD read finds the id). One failed init or read spoils every later attempt: the error word is never cleared.
 // Nothing is kept, so the next call starts over.
 TEST_F(SmmBoard, EquipFrameFaultsFailAllAttempts)
 {
     for (uint32_t pin : {42, 43, 44}) sim().set_pin(pin, 0);
     sim().fail(Op::DevOpen, 1);
     EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);
-    EXPECT_EQ(tr(), "open sys_info!-1");
+    EXPECT_EQ(tr({Op::DevOpen, Op::LocalBusRead}), "open sys_info!-1 open sys_info rd 66=00 rd 67=0a rd 68=00 rd 275[3]=00");
     forget();
     sim().fail(Op::GpioInit, 1, -1, 43);
     EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);
     EXPECT_EQ(count(Op::GpioInit) << 8 | count(Op::GpioRead), 9u << 8 | 0);
-    EXPECT_EQ(log_line(), "2:get bmc boardid (0x81) | 0:Gpio(v6:128~130,c+:42~44) init failed");
+    EXPECT_EQ(log_line(), "0:Gpio(v6:128~130,c+:42~44) init failed");
     forget();
     sim().fail(Op::GpioRead, 1, -1, 44);
     EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);

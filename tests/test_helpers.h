@@ -15,6 +15,7 @@
 #include <iterator>
 #include <memory>
 #include <ostream>
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -82,6 +83,18 @@ protected:
             if (auto at = text.find(line); at != std::string::npos) text.replace(at, line.size(), "(line:SAME)");
             out += (out.empty() ? "" : " | ") + std::to_string(l.level) + ":" + text;
         }
+        return out;
+    }
+    // The operation log as " | opLEVEL:TEXT" per line, once each line's "file(line)(tick): "
+    // prefix is checked (a line without it shows as "BAD " and the whole line).
+    std::string oplog() const
+    {
+        std::string out;
+        std::smatch m;
+        for (const auto &l : board_->logs())
+            if (l.kind == bspsim::LogLine::Operation)
+                out += " | op" + std::to_string(l.level) + ":" +
+                       (std::regex_match(l.text, m, std::regex(R"(bmc_bsp_\w+\.cpp\(\d+\)\(\d+\): (.*))")) ? m[1].str() : "BAD " + l.text);
         return out;
     }
     // Forgets what was recorded so far: the test then sees only the calls it makes.

@@ -840,12 +840,49 @@ BSP_API uint32_t BSP_CpldDataChange(uint8_t *role, uint8_t code);
 
 /* ============================================================== enclosure configuration */
 
-/* Frame type (6 bits). Not built yet: fails with -1 without touching anything. */
+/* The frame type: registers 0x67 (low) and 0x68 (high) form a word whose low 6 bits are the
+ * type, checked by the parity mode in 0x66; a backup of the three sits in the CPLD RAM at
+ * 0xD91A (marker 0x55) to 0xD91D. */
+
+/* 0 and `*type` = the frame type (6 bits). The first good read of a process keeps the word for
+ * the life of the process, sets sys-up bit 0 and refreshes the backup (BSP_ReWriteCpld); a
+ * failed check is repaired from the backup's low byte when the backup is valid (logged).
+ * -1 (nothing written) for a null `type`, a failed register read, or a failed check with no
+ * usable backup (logged). */
 BSP_API int32_t BSP_GetFrameType(uint16_t *type);
 /* Watches the role fields (0xE4) for an enclosure with no master or more than one: logs a
  * warning at the first such observation and then once every 128 in a row; one master again
  * ends the episode. */
 BSP_API void BSP_DetectWhetherHasMoreThanOneMos(void);
+/* Stores check, low and high as the RAM backup (marker last). Unless this is a manufacturing
+ * build, also writes them to the CPLD's copy in 0x275-0x277 and reads them back, up to 3
+ * times; a copy that never reads back right is logged. */
+BSP_API void BSP_ReWriteCpld(uint8_t check, uint8_t low, uint8_t high);
+/* 0 and `*count` = the disk slots of this frame type. -1 for a null `count`, an unreadable
+ * frame type or a frame type with no disk count (both logged). */
+BSP_API int32_t BSP_GetDiskNum(uint8_t *count);
+/* 0 when the backplane model in the CPLD RAM (16 bytes at 0xD921, CRC-8 at 0xD931) is valid
+ * and not all zero; copies min(size, 16) bytes to `buf`. A failed copy is logged and still
+ * answers 0. -1 for a bad check byte or an erased model. */
+BSP_API int32_t BSP_GetModelFromCpld(uint8_t *buf, uint32_t size);
+/* Stores the first 16 bytes of `model` with their CRC-8 and logs it to the operation log,
+ * unless `len` < 16 (logged), `model` is null, the same model is stored, or the model is all
+ * 0x00 or all 0xFF. */
+BSP_API void BSP_SetFrameModelToCpldRam(const uint8_t *model, uint32_t len);
+/* As BSP_GetModelFromCpld for the 64-byte product configuration at 0xD99C (CRC-8 at 0xD9DC),
+ * but a failed copy (logged) answers -1; a failed RAM read answers its status. */
+BSP_API int32_t BSP_GetProductCfgInfoFromCpld(uint8_t *buf, uint32_t size);
+/* Stores the first 64 bytes of `cfg` with their CRC-8 in one RAM range write and logs them;
+ * returns the write's status. 0 without writing when the same configuration is stored; an
+ * all-zero `cfg` is not written and answers what reading the stored one answered. -1 for a
+ * null `cfg` or `len` < 64 (logged). */
+BSP_API int32_t BSP_SetProductCfgInfoToCpldRam(const uint8_t *cfg, uint32_t len);
+/* 0 and `*state` = the presence bit of IO card `card` (0..27: bit card % 8 of 0x298 + card / 8).
+ * -1 for a null `state`, a card above 27, an unreadable board type, a board that is neither a
+ * 2U two-controller board nor of board type 0 to 3, a failed CPLD self test or a failed read. */
+BSP_API int32_t BSP_GetIoCardOnlineStates(uint8_t card, uint8_t *state);
+/* 0 when card `cardId` belongs to controller `ctrlId` (cardId / 7 == ctrlId), else -1. */
+BSP_API int32_t BSP_CheckCtrlIdAndCardIdPair(uint8_t ctrlId, uint8_t cardId);
 
 /* The enclosure's world wide name (WWN) lives in the CPLD RAM at 0xD801: marker 0x55, the 8
  * bytes least significant first, check byte. Bits 63-60 are 5, 59-12 the MAC address, 11-8

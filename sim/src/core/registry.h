@@ -23,6 +23,7 @@
     X(uart_switch)       \
     X(pcie)              \
     X(ssd)               \
+    X(enclosure_records) \
     X(psu)               \
     X(board_power)       \
     X(slots)             \

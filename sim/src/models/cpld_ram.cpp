@@ -1,9 +1,10 @@
 // The CPLD's 8 KiB RAM, reachable only through its window: registers 0xBA/0xBB hold an address
 // (low 8 bits, then 5 high bits) and 0xBC is the RAM byte at that address, rendered by this
 // model through the register file's hook.
+#include "models/cpld_ram.h"
+
 #include "core/section.h"
 #include "models/cpld.h"
-#include "models/cpld_ram.h"
 
 namespace bspsim::detail::cpld_ram {
 namespace {
@@ -19,7 +20,12 @@ struct State {
     uint8_t ram[kSize];
 };
 
+}  // namespace
+
 uint8_t &cell(uint32_t addr) { return region<State>(ModelId::cpld_ram).ram[addr % kSize]; }
+
+namespace {
+
 uint8_t &window_cell() { return cell(uint32_t{cpld::stored(kAddrHi)} << 8 | cpld::stored(kAddrLo)); }
 
 void reset() { cpld::hook(kData, ModelId::cpld_ram, 0xFF); }
