@@ -37,7 +37,8 @@ std::string edited(void (*f)(char *), std::initializer_list<std::string> texts)
 std::string rendered(std::initializer_list<std::string> texts, char *(*f)(GVariant *) = BSP_GvariantToString)
 {
     return each([f](const std::string &t) {
-        GVariant *v = t.empty() ? nullptr : g_variant_ref_sink(g_variant_parse(nullptr, t.c_str(), nullptr, nullptr, nullptr));
+        // The parser hands back a reference of our own (not a floating one): one unref ends it.
+        GVariant *v = t.empty() ? nullptr : g_variant_parse(nullptr, t.c_str(), nullptr, nullptr, nullptr);
         std::unique_ptr<char, decltype(&g_free)> s(f(v), g_free);
         if (v) g_variant_unref(v);
         return std::string(s ? s.get() : "(null)");
