@@ -15,14 +15,16 @@ class SlotCall : public bsptest::CallTest {};
 TEST_P(SlotCall, ShowsWhatItDid) { run(); }
 
 
-// The strap value `raw` read as board `id`'s straps, then the pins read.
+// The strap value `raw` read as board `id`'s straps: the board-type pins are set to inputs first,
+// then the pins read.
+const std::string kInit81 = "gi 50=in gi 52=in gi 53=in ", kInit05 = "gi 26=in gi 27=in gi 28=in ";
 std::string straps(B &b, uint8_t raw, uint8_t id)
 {
     b.clear_events();
     slots(b).set_strap(raw);
     g_out[0] = 0xEE;
     std::string out = res(static_cast<uint32_t>(BSP_GetBoardSlotFromGpio(id, g_out)), 1);
-    return out + " [" + b.transcript({Op::GpioRead}) + "]";
+    return out + " [" + b.transcript({Op::GpioInit, Op::GpioRead}) + "]";
 }
 uint32_t st(int32_t rc) { return static_cast<uint32_t>(rc); }
 std::string board_slot() { return res(st(BSP_GetBoardSlot(g_out)), 1); }
@@ -62,10 +64,11 @@ const CallCase kCases[] = {
     // Straps: three pins with parity (an SMM's own pins), two pins on two-controller boards.
     {.name = "FourControllerStraps", .profile = "smm",
      .call = [](B &b) { return bsptest::joined({straps(b, 5, 0x81), straps(b, 1, 0x81), straps(b, 6, 0x81)}); },
-     .out = "ok 01 [gr 50=1 gr 53=0 gr 52=1], err ff [gr 50=1 gr 53=0 gr 52=0], ok 02 [gr 50=0 gr 53=1 gr 52=1]"},
+     .out = "ok 01 [" + kInit81 + "gr 50=1 gr 53=0 gr 52=1], err ff [" + kInit81 + "gr 50=1 gr 53=0 gr 52=0], ok 02 [" + kInit81 +
+            "gr 50=0 gr 53=1 gr 52=1]"},
     {.name = "TwoControllerStraps",
      .call = [](B &b) { return bsptest::joined({straps(b, 2, 0x05), straps(b, 3, 0x05), straps(b, 1, 0x05)}); },
-     .out = "ok 00 [gr 26=0 gr 27=1], err ff [gr 26=1 gr 27=1], ok 01 [gr 26=1 gr 27=0]"},
+     .out = "ok 00 [" + kInit05 + "gr 26=0 gr 27=1], err ff [" + kInit05 + "gr 26=1 gr 27=1], ok 01 [" + kInit05 + "gr 26=1 gr 27=0]"},
     {.name = "NoStrapsOnThisBoard", .call = [](B &b) { return straps(b, 5, 0x71); }, .out = "err ee []"},
     {.name = "PinReadsRetried", .faults = {{Op::GpioRead, 2, -1, 27}, {Op::GpioRead, 3, -1, 26, 1}},
      .setup = [](B &b) { slots(b).set_strap(3); },
@@ -136,8 +139,8 @@ const CallCase kCases[] = {
      .trace = "rd e4=55 rd e4=55 delay 10 rd e4=55 delay 10 rd e4=00!-1 delay 10",
      .log = "0:read cpld byte error. | 0:Read cpld (0xe4) err | 1:Warning: CPLD appear more than one master or slave (1)(1)(1)(1)"},
     // The last value seen starts as 0xFF: a first 0xFF is not read again.
-    {.name = "MasterNone", .regs = {{0xE4, 0xFF}}, .call = [](B &) { return master(); }, .out = "err ee", .trace = "rd e4=ff",
-     .log = "1:Warning: CPLD appear more than one master or slave (3)(3)(3)(3)"},
+    {.name = "MasterNone", .regs = {{0xE4, 0x8E}}, .call = [](B &) { return master(); }, .out = "err ee", .trace = "rd e4=8e rd e4=8e delay 10 rd e4=8e delay 10 rd e4=8e delay 10",
+     .log = "1:Warning: CPLD appear more than one master or slave (2)(3)(0)(2)"},
     // WWN and MAC: the slot goes in; a slot outside 0..3 (or none on an unknown board) is slot 1.
     {.name = "MacToWwnOnSlot2", .setup = [](B &b) { slots(b).set_slot(2).set_strap(0).set_code(6); },
      .call = [](B &) { return mac_to_wwn(); }, .out = "ok 0x5A0112230x34455239", .trace = "rd 32=06"},
