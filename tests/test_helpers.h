@@ -46,6 +46,19 @@ inline std::string read_file(const std::string &path)
     std::ifstream f(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
 }
+// The operation log as " | opLEVEL:TEXT" per line, once each line's "file(line)(tick): "
+// prefix is checked (a line without it shows as "BAD " and the whole line).
+inline std::string oplog(const bspsim::Board &board)
+{
+    std::string out;
+    std::smatch m;
+    for (const auto &l : board.logs())
+        if (l.kind == bspsim::LogLine::Operation)
+            out += " | op" + std::to_string(l.level) + ":" +
+                   (std::regex_match(l.text, m, std::regex(R"(bmc_bsp_\w+\.cpp\(\d+\)\(\d+\): (.*))")) ? m[1].str() : "BAD " + l.text);
+    return out;
+}
+
 
 class SimTest : public ::testing::Test {
 protected:
@@ -85,18 +98,7 @@ protected:
         }
         return out;
     }
-    // The operation log as " | opLEVEL:TEXT" per line, once each line's "file(line)(tick): "
-    // prefix is checked (a line without it shows as "BAD " and the whole line).
-    std::string oplog() const
-    {
-        std::string out;
-        std::smatch m;
-        for (const auto &l : board_->logs())
-            if (l.kind == bspsim::LogLine::Operation)
-                out += " | op" + std::to_string(l.level) + ":" +
-                       (std::regex_match(l.text, m, std::regex(R"(bmc_bsp_\w+\.cpp\(\d+\)\(\d+\): (.*))")) ? m[1].str() : "BAD " + l.text);
-        return out;
-    }
+    std::string oplog() const { return bsptest::oplog(*board_); }
     // Forgets what was recorded so far: the test then sees only the calls it makes.
     void forget() const { board_->clear_events(); board_->clear_logs(); }
     // Sets the board id (unless negative: as the profile has it), has the library read and cache

@@ -384,13 +384,6 @@ std::string seen(const B &b)
 {
     return b.transcript({Op::LocalBusRead, Op::LocalBusWrite, Op::Delay, Op::BoardPower});
 }
-// The texts of the operation log, each after its "file(line)(tick): ".
-std::string op_log(const B &b)
-{
-    std::string out;
-    for (const auto &l : b.logs()) out += l.kind == bspsim::LogLine::Operation ? std::to_string(l.level) + ":" + l.text.substr(l.text.rfind(": ") + 2) + ";" : "";
-    return out;
-}
 
 // Each press as a whole: protection lifted for the whole pulse, the pulse, protection back,
 // then the LED. Any other action touches nothing.
@@ -401,16 +394,16 @@ TEST_F(BoardPower, SoftPowerButtonPresses)
     for (uint8_t action : {2, 0, 3, 1, 4}) {
         const std::string st = res(BSP_SoftPowerButtonCtrl(action));
         got += st + " " + bspsim::power_name(bspsim::board_power(sim()).state()) +
-               ": " + seen(sim()) + " | " + log_line() + " | " + op_log(sim()) + "\n";
+               ": " + seen(sim()) + " | " + log_line() + bsptest::oplog(sim()) + "\n";
         forget();
     }
     EXPECT_EQ(got, "ok off: wr e8&02=0 wr e7&02=0 delay 10 power force-off 10ms wr e7&02=1 wr e8&02=1 rd 5f&01=1 wr 5f&01=0 | "
-                   "1:Write CPLD force  power off system | 1:Close board power led succeed;\n"
+                   "1:Write CPLD force  power off system | op1:Close board power led succeed\n"
                    "ok on: wr e8&01=0 wr e7&01=0 delay 5 power on 5ms wr e7&01=1 wr e8&01=1 rd 5f&01=0 wr 5f&01=1 | "
-                   "1:Write CPLD power on system | 1:Open board power led succeed;\n"
+                   "1:Write CPLD power on system | op1:Open board power led succeed\n"
                    "ok standby: wr e8&04=0 wr e7&04=0 delay 10 power off 10ms wr e7&04=1 wr e8&04=1 | "
-                   "1:Write CPLD power off system | \n"
-                   "err standby:  |  | \nerr standby:  |  | \n");
+                   "1:Write CPLD power off system\n"
+                   "err standby:  | \nerr standby:  | \n");
 }
 
 // A failure injected at each write of the two protected pulses in turn: the sequence runs to
@@ -426,17 +419,17 @@ TEST_F(BoardPower, ProtectedPulsesRestoreTheirProtection)
         const std::string st = res(button ? BSP_SoftPowerButtonCtrl(2) : BSP_SimAcInt());
         // With the protection still closed the button really refuses the press.
         if (step == 0) EXPECT_NE(seen(sim()).find("wr e7&02=0!wp"), std::string::npos) << seen(sim());
-        got += st + (button ? " e8=" + bsptest::hex(sim().reg(0xE8)) + " " + log_line() + " / " + op_log(sim())
+        got += st + (button ? " e8=" + bsptest::hex(sim().reg(0xE8)) + " " + log_line() + bsptest::oplog(sim())
                             : " 1a1=" + bsptest::hex(sim().reg(0x1A1)) + " " + seen(sim()) + " " + log_line()) + "\n";
     }
     const std::string press = "1:Write CPLD force  power off system", wr = "0:write add :", ac = "wr 1a1&01=1 wr 1a0&01=";
     const std::string reset = "0:Write cpld(0x1a0) to reset os failed, ret(-1). | 1:Reset System by AC Int successfully!";
-    const std::string led = " / 1:Close board power led succeed;\n";
+    const std::string led = " | op1:Close board power led succeed\n";
     EXPECT_EQ(got, "ok e8=0x7 " + press + " | " + wr + "e8  data: 0 cpld error." + led +
                    "ok e8=0x7 " + press + " | " + wr + "e7  data: 0 cpld error. | 0:BSP_WriteCpldBit failed." + led +
                    "ok e8=0x7 " + press + " | " + wr + "e7  data: 1 cpld error. | 0:BSP_WriteCpldBit failed." + led +
                    "ok e8=0x5 " + press + " | " + wr + "e8  data: 1 cpld error." + led + "ok e8=0x7 " + press +
-                   " | " + wr + "5f  data: 0 cpld error. / 1:Close board power led failed;\n" +
+                   " | " + wr + "5f  data: 0 cpld error. | op1:Close board power led failed\n" +
                    "err 1a1=0x0 wr 1a1&01=1!-1 " + wr + "1a1  data: 1 cpld error. | "
                    "0:Close write protection(0x1a1) of system reset failed, ret(-1).\n" +
                    "ok 1a1=0x0 " + ac + "0!-1 wr 1a0&01=1 wr 1a1&01=0 " + wr + "1a0  data: 0 cpld error. | " + reset + "\n" +
@@ -580,8 +573,8 @@ const CallCase kCalls[] = {
     {.name = "X86FrontPowerReadFails", .profile = "x86-2u", .faults = {{Op::LocalBusRead, 1, -1, 0x3D}},
      .call = BSP_CALL(BSP_CheckFrontPowerForX86(0)), .trace = "rd 3d=00!-1", .log = kByteFail + "0:Get cpld addr(0x3d) value failed."},
     {.name = "PowerLed", .faults = {{Op::LocalBusRead, 1, -1, 0x5F}, {Op::LocalBusWrite, 1, -1, 0x5F, 1}},
-     .call = [](B &b) { for (uint8_t on : {2, 0, 1, 1, 0, 1}) BSP_BoardPowerLedCtrl(on); return op_log(b); },
-     .out = "1:Close board power led succeed;1:Open board power led failed;",
+     .call = [](B &b) { for (uint8_t on : {2, 0, 1, 1, 0, 1}) BSP_BoardPowerLedCtrl(on); return bsptest::oplog(b); },
+     .out = " | op1:Close board power led succeed | op1:Open board power led failed",
      .trace = "rd 5f&01=0!-1 rd 5f&01=1 rd 5f&01=1 rd 5f&01=1 wr 5f&01=0 rd 5f&01=0 wr 5f&01=1!-1",
      .log = kRdFail + "0:Read cpld(0x95) bit0 faild(ret=-1). | 0:write add :5f  data: 1 cpld error."},
     {.name = "SysUp", .faults = {{Op::LocalBusWrite, 1, -1, 0x1B0, 1}, {Op::LocalBusRead, 1, -1, 0x1B0, 1}},
