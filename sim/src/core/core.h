@@ -21,7 +21,7 @@ namespace bspsim::detail {
 
 inline constexpr uint32_t kMagic = 0x53505342u;  // "BSPS"
 // Raised whenever a region's layout changes in a way its size does not show.
-inline constexpr uint32_t kLayoutVersion = 7;
+inline constexpr uint32_t kLayoutVersion = 8;
 inline constexpr uint32_t kMaxBoards = 8;
 
 inline constexpr size_t kNameLen = 64;

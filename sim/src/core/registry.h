@@ -7,6 +7,9 @@
 #include <cstddef>
 #include <cstdint>
 
+struct _GVariant;
+typedef struct _GVariant GVariant;
+
 #define BSPSIM_MODELS(X) \
     X(core)              \
     X(enclosure)         \
@@ -61,6 +64,14 @@ struct Model {
     // Of the bits it renders, those that refuse a write right now (write protection it keeps
     // itself); nullptr: none ever do.
     uint8_t (*reg_closed)(uint32_t addr) = nullptr;
+    // A model that is the device behind objects of the framework (a switch, a fan, a chip on a
+    // block bus) claims their class with dfl::serve and answers here: a method call (inputs and
+    // outputs are tuples; *outputs a full reference or nullptr) and a block transfer (exactly one
+    // of in/out set). Returns the framework's status, or dfl::kNotServed to leave the call to the
+    // object's scripted answers and stored blocks.
+    int32_t (*method)(uint32_t object, const char *method, GVariant *inputs, GVariant **outputs) = nullptr;
+    int32_t (*block)(uint32_t object, const char *property, uint32_t offset, uint32_t length, uint8_t *in,
+                     const uint8_t *out) = nullptr;
 };
 
 #define BSPSIM_MODEL_DECL(id) extern const Model model_##id;

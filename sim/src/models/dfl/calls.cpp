@@ -233,12 +233,25 @@ int32_t call_method(Call &&call, OBJ_HANDLE handle, const char *method, GSList *
     bool inputs_ok = inputs_text(input, &inputs);
     int32_t rc = call.run(obj < 0 || inputs_ok, [&] {
         if (obj < 0) return kDflNoObject;
-        MethodRec *m = answering_method(static_cast<uint32_t>(obj), method);
-        if (!m) return kDflNoMethod;
-        // The next scripted answer, else the standing one.
-        bool scripted = m->script_pos < m->script_len && m->script_len <= kMethodScriptLen;
-        GVariant *answer = parse(scripted ? text(m->script[m->script_pos++]) : text(m->answer));
-        if (!answer) return kDflBadValue;
+        GVariant *answer = nullptr;
+        // The device model behind the object answers first; the scripted answers are the rest.
+        if (const Model *server = server_of(static_cast<uint32_t>(obj)); server && server->method) {
+            GVariant *in = parse(inputs);
+            int32_t rc = server->method(static_cast<uint32_t>(obj), method ? method : "", in, &answer);
+            if (in) g_variant_unref(in);
+            if (rc != kNotServed && (rc != 0 || !answer)) {
+                if (answer) g_variant_unref(answer);
+                return rc != 0 ? rc : kDflBadValue;
+            }
+        }
+        if (!answer) {
+            MethodRec *m = answering_method(static_cast<uint32_t>(obj), method);
+            if (!m) return kDflNoMethod;
+            // The next scripted answer, else the standing one.
+            bool scripted = m->script_pos < m->script_len && m->script_len <= kMethodScriptLen;
+            answer = parse(scripted ? text(m->script[m->script_pos++]) : text(m->answer));
+            if (!answer) return kDflBadValue;
+        }
         GSList *outputs = nullptr;
         size_t n = g_variant_n_children(answer);
         for (size_t i = 0; output && i < n; ++i) {
@@ -267,6 +280,13 @@ int32_t block(Call &&call, OBJ_HANDLE handle, const char *property, uint32_t off
     int obj = object_of(handle);
     BlockRec *b = obj < 0 ? nullptr : find_block(static_cast<uint32_t>(obj), property);
     return call.run(true, [&] {
+        if (const Model *server = obj < 0 ? nullptr : server_of(static_cast<uint32_t>(obj)); server && server->block) {
+            int32_t rc = server->block(static_cast<uint32_t>(obj), property ? property : "", offset, length, in, out);
+            if (rc != kNotServed) {
+                if (rc == 0 && length > 0) call.rec.value = in ? in[0] : out ? out[0] : 0;
+                return rc;
+            }
+        }
         if (!b) return obj < 0 ? kDflNoObject : kDflNoProperty;
         int32_t refusal = !in && !out ? kDflBadValue : offset > b->size || length > b->size - offset ? kDflOutOfRange : 0;
         if (refusal != 0) {

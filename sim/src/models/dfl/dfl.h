@@ -19,6 +19,9 @@ inline constexpr size_t kMaxBlocks = 64;
 inline constexpr size_t kBlockPoolSize = size_t{256} * 1024;
 inline constexpr uint32_t kClassScope = 0xFFFFFFFFu;  // MethodRec::object of a class's method
 inline constexpr uint64_t kHandleBase = 0x1000;      // handles are kHandleBase + index; 0 is none
+inline constexpr size_t kMaxServers = 16;
+// What a serving model answers when the call is not its to serve.
+inline constexpr int32_t kNotServed = INT32_MIN;
 
 struct ObjectRec {
     uint32_t used;
@@ -71,8 +74,15 @@ struct BlockRec {
     uint32_t capacity;
 };
 
+// A class whose objects a device model answers for (model id + 1; 0 is a free row).
+struct ServerRec {
+    uint32_t model;
+    char cls[kNameLen];
+};
+
 struct State {
     ObjectRec objects[kMaxObjects];
+    ServerRec servers[kMaxServers];
     PropRec props[kMaxProps];
     MethodRec methods[kMaxMethods];
     uint64_t call_count;
@@ -95,6 +105,11 @@ bool set_method(uint32_t object, const char *cls, const char *name, const char *
 MethodRec *answering_method(uint32_t object, const char *name);  // its own, else its class's
 bool set_block(uint32_t object, const char *name, const uint8_t *bytes, size_t size);
 BlockRec *find_block(uint32_t object, const char *name);  // nullptr also for a damaged one
+// A model claims the objects of class `cls` (from its reset): their method calls and block
+// transfers go to its `method` and `block` first. False when the table is full.
+bool serve(const char *cls, ModelId id);
+const Model *server_of(uint32_t object);  // nullptr: nobody serves the object's class
+inline std::string_view object_name(uint32_t object) { return text(st().objects[object].name); }
 
 // The platform calls.
 int32_t get_handle(Call &&call, const char *name, OBJ_HANDLE *handle);

@@ -37,6 +37,29 @@ int add_object(const char *name, const char *cls)
     return -1;
 }
 
+bool serve(const char *cls, ModelId id)
+{
+    for (auto &s : st().servers) {
+        if (s.model == 0 || text(s.cls) == cls) {
+            s.model = static_cast<uint32_t>(id) + 1;
+            set_text(s.cls, cls);
+            return true;
+        }
+    }
+    return false;
+}
+
+const Model *server_of(uint32_t object)
+{
+    for (const auto &s : st().servers) {
+        // A damaged row (a model id this build doesn't have) serves nothing.
+        if (s.model != 0 && s.model <= kModelCount && text(s.cls) == text(st().objects[object].cls)) {
+            return &model(static_cast<ModelId>(s.model - 1));
+        }
+    }
+    return nullptr;
+}
+
 int object_of(OBJ_HANDLE handle)
 {
     if (handle < kHandleBase || handle >= kHandleBase + kMaxObjects) return -1;
