@@ -838,6 +838,74 @@ BSP_API uint32_t BSP_GetRedressedMosState(uint8_t *role);
  * code, or a null pointer, gives 0xFFFFFFFF and leaves `*role` untouched. */
 BSP_API uint32_t BSP_CpldDataChange(uint8_t *role, uint8_t code);
 
+/* ====================================================== chip and clock identification */
+
+/* The clock generator, CPLD and voltage regulator fitted to a board are strapped on four
+ * identification pins; these functions read the straps, the CPLD's clock-status bits, and bytes
+ * of chips reached through the object framework. */
+
+/** One row of the chip identification table: the chip of class `chipClass` (1 clock generator,
+ * 2 CPLD, 3 voltage regulator) is of type `chipType` (0xFF: not identified) when the straps on
+ * `strapPins` (bit k on pin k) read `identCode` (0xFF never matches). `desc` names it. */
+typedef struct ChipIdentifyCfg {
+    uint8_t chipClass;
+    uint8_t chipType;
+    uint8_t identCode;
+    uint8_t strapPins[4];
+    const char *desc;
+} ChipIdentifyCfg;
+#define BSP_CHIP_IDENTIFY_CFG_NUM 21
+/** The identification table, 21 rows, read-only and shared by the whole process, so that other
+ * components can show the same names. */
+BSP_API extern const ChipIdentifyCfg g_ChipIdentifyCfgTbl[BSP_CHIP_IDENTIFY_CFG_NUM];
+
+/** 1 when the identification straps on `strapPins` (4 pins, bit k on pin k) read `identCode`,
+ * else 0. A 5830 board reads only the first three pins and checks no parity; other boards read
+ * all four and want even parity. A pin that cannot be read in three tries, odd parity and a null
+ * `strapPins` answer 0 (logged); a match is logged. */
+BSP_API uint32_t BSP_JudgeChipType(uint8_t identCode, const uint8_t *strapPins);
+/** 1 and `*chipType` = the type of chip class `chipClass` (0..5), identified once per process
+ * from the straps and kept; else 0 and `*chipType` = 0xFF (logged, tried again next time). A class
+ * above 5 answers 0 without touching a pin; a null `chipType` answers 0 and touches nothing. */
+BSP_API uint32_t BSP_IndentifyChipType(uint8_t chipClass, uint8_t *chipType);
+/** Copies the name of class `chipClass`'s chip ("InvalidClockType", "InvalidCpldType" when it
+ * cannot be identified; always "Vrd" for class 3) into `buf` of `bufSize` bytes. A class without
+ * rows leaves `buf` as it was; a name that does not fit is logged and leaves `buf` empty. Always
+ * returns 0, also for a null `buf` (logged). */
+BSP_API uint32_t BSP_GetChipTypeStr(uint8_t chipClass, uint8_t bufSize, char *buf);
+/** 0 and `*value` = the four identification straps (bit k from pin 129 + k), without parity
+ * check. -1 for a null `value` or a pin that cannot be read in three tries (both logged;
+ * `*value` untouched). */
+BSP_API int32_t BSP_GetChipTypeGpioVal(uint8_t *value);
+/** Always 1 in this build. */
+BSP_API uint32_t BSP_Is5830Chip(void);
+/** 1 when a clock-status bit of this board's CPLD (registers 0x48 and 0x49) reads abnormal, else
+ * 0. Each abnormal register is logged once, and again only after it read normal in between. An
+ * unreadable board id answers 0 (logged): no clock fault is reported then. */
+BSP_API uint32_t BSP_GetClockStatus(void);
+/** The number of backplane EEPROMs of the frame type: 1 for frame types 9, 14, 16, 18, 40 and
+ * 50, and when the frame type cannot be read; 2 for every other type. */
+BSP_API uint8_t BSP_GetBpEepromCount(void);
+/** 0 and `*value` = the byte property `property` of the 9555 I/O expander `object`, read from
+ * the hardware (up to ten tries 200 ms apart). Otherwise the framework's last code, `*value`
+ * untouched; -1 for a null `property` or `value` (logged) or a value that is not a byte. */
+BSP_API int32_t BSP_GetInfoFrom9555(OBJ_HANDLE object, const char *property, uint8_t *value);
+/** Writes `value` to the byte property `property` of the 9555 I/O expander `object` (up to ten
+ * tries 200 ms apart). 0, or the framework's last code; -1 for a null `property` (logged). */
+BSP_API int32_t BSP_SetInfoTo9555(OBJ_HANDLE object, const char *property, uint8_t value);
+/** Reads `length` bytes at `offset` of the block `property` of chip `chip` into `buffer`
+ * (caller's, at least `length` bytes): up to three tries, 100 ms after each failure, 1 ms after
+ * success. 0, or the framework's code of the third failure (logged). */
+BSP_API int32_t BSP_ReadChip(OBJ_HANDLE chip, const char *property, uint32_t offset, uint32_t length, void *buffer);
+/** Writes `length` bytes of `buffer` at `offset` of the block `property` of chip `chip`, as
+ * BSP_ReadChip reads. 0, or the framework's code of the third failure (logged). */
+BSP_API int32_t BSP_WriteChip(OBJ_HANDLE chip, const char *property, uint32_t offset, uint32_t length,
+                              const void *buffer);
+/** 0 and `*chip` = the chip behind property `property` of `object`: the object its accessor
+ * references as "Chip". Otherwise the code of the first step that failed (the accessor, its
+ * object, the reference), `*chip` untouched; -1 for a null `property` or `chip` (logged). */
+BSP_API int32_t BSP_GetAccessChipHandle(OBJ_HANDLE object, const char *property, OBJ_HANDLE *chip);
+
 /* ============================================================== enclosure configuration */
 
 /* The frame type: registers 0x67 (low) and 0x68 (high) form a word whose low 6 bits are the

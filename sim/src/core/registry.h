@@ -29,6 +29,7 @@ typedef struct _GVariant GVariant;
     X(enclosure_records) \
     X(psu)               \
     X(board_power)       \
+    X(clocks)            \
     X(slots)             \
     X(mastership)
 

@@ -60,6 +60,8 @@ int32_t write(Call &&call, uint32_t n, uint8_t value)
     });
 }
 
+void set_level(uint32_t n, uint8_t level) { pin(n).level = level; }
+
 }  // namespace bspsim::detail::gpio
 
 namespace bspsim::detail {
