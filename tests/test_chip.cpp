@@ -1,0 +1,241 @@
+// Chips and clocks: identification from the straps, the clock-status latches, the backplane
+// EEPROM count, and chips reached through the object framework.
+#include <sstream>
+#include <string>
+
+#include "bspsim/clocks.hpp"
+#include "bspsim/enclosure_records.hpp"
+#include "bspsim/straps.hpp"
+#include "test_helpers.h"
+
+namespace {
+
+using bspsim::Op, bsptest::PrintTo;
+using bsptest::CallCase, bsptest::calls, bsptest::res, bsptest::times;
+using B = bspsim::Board;
+uint8_t *const g = bsptest::g_out;
+// Statuses of the int32_t calls, for calls().
+uint32_t u(int32_t status) { return static_cast<uint32_t>(status); }
+
+// This build runs only on 5830 boards. The library asks BSP_Is5830Board through its exported
+// name, so this definition stands in for it and lets a case play another board.
+bool g_other_board = false;
+}  // namespace
+extern "C" uint32_t BSP_Is5830Board(void) { return g_other_board ? 0 : 1; }
+namespace {
+
+// ------------------------------------------------------------------- strap identification
+
+char g_name[24];
+// Identifies class `c` twice (the second answer comes from the cache), then names it.
+std::string named(uint8_t c)
+{
+    const uint32_t first = BSP_IndentifyChipType(c, g), again = BSP_IndentifyChipType(c, g + 1);
+    std::fill(std::begin(g_name), std::end(g_name), '#');
+    g_name[23] = 0;
+    return calls({first, again, BSP_GetChipTypeStr(c, sizeof g_name, g_name)}, 2) + " " + g_name;
+}
+#define NAMED(c) [](B &) { return named(c); }
+template <uint8_t V, bool Other = true>
+void straps(B &b) { g_other_board = Other, bspsim::straps(b).set(V); }
+
+// The straps read on pins 129.. as the transcript shows them, `rows` times.
+std::string pins(unsigned v, int rows, int count = 4)
+{
+    std::string one;
+    for (int k = 0; k < count; ++k) one += " gi " + std::to_string(129 + k) + "=in gr " + std::to_string(129 + k) + "=" + std::to_string(v >> k & 1);
+    return times(rows, one.substr(1));
+}
+std::string pin_failures(std::initializer_list<unsigned> codes)
+{
+    std::string out;
+    for (unsigned c : codes) out += (out.empty() ? "" : " | ") + std::string("0:BSP:read the chip type gpio(129) fail.(GpioVal is 0x0, should be ChipIdentCode=0x") + (std::ostringstream() << std::hex << c).str() + ")";
+    return out;
+}
+const std::string kParity7 = times(11, "0:BSP:check the gpio(0x7) fail", " | ");
+const uint8_t kPins[4] = {129, 130, 131, 132};
+
+class Chip : public bsptest::CallTest {};
+TEST_P(Chip, ShowsWhatItDid)
+{
+    EXPECT_EQ(GetParam().call(sim()), GetParam().out);
+    EXPECT_EQ(tr({Op::GpioInit, Op::GpioRead}), GetParam().trace);
+    EXPECT_EQ(log_line(), GetParam().log);
+}
+
+const CallCase kIdentify[] = {
+    // Four pins with even parity; rows 0 to 3 read the straps and miss, row 4 matches.
+    {.name = "ParityStrapsGiveVantacore", .setup = straps<0x06>, .call = NAMED(1), .out = "1 1 ok 05 05 Vantacore",
+     .trace = pins(6, 5), .log = "1:BSP:read the chip type gpio(132:131:130:129) is 0x6, chipIdentCode=0x6"},
+    {.name = "OddParityIsInvalidClock", .setup = straps<0x07>, .call = NAMED(1), .out = "ok ok ok ff ff InvalidClockType",
+     .trace = pins(7, 33), .log = kParity7 + " | 0:BSP: analy the chip type fail(chipClass is 0x1). | " + kParity7 +
+                                   " | 0:BSP: analy the chip type fail(chipClass is 0x1). | " + kParity7 +
+                                   " | 0:BSP: analy the chip type fail(chipClass is 0x1)."},
+    // A 5830 board reads three pins: 0x9 reads 1 there, and its third pin is printed twice.
+    {.name = "Board5830ReadsThreePins", .setup = straps<0x09, false>, .call = NAMED(1), .out = "1 1 ok 04 04 Au5310",
+     .trace = pins(9, 1, 3), .log = "1:BSP:read the chip type gpio(131:131:130:129) is 0x1, chipIdentCode=0x1"},
+    {.name = "LatticeCpld", .setup = straps<0x0C>, .call = NAMED(2), .out = "1 1 ok 01 01 Lattice", .trace = pins(0xC, 7),
+     .log = "1:BSP:read the chip type gpio(132:131:130:129) is 0xc, chipIdentCode=0xc"},
+    // No strap value names a regulator: identification fails every time, the name stays.
+    {.name = "RegulatorIsAlwaysVrd", .call = NAMED(3), .out = "ok ok ok ff ff Vrd", .trace = pins(3, 3, 3),
+     .log = times(3, "0:BSP: analy the chip type fail(chipClass is 0x3).", " | ")},
+    {.name = "ClassWithoutRowsLeavesTheName", .call = NAMED(4), .out = "ok ok ok ff ff #######################",
+     .log = times(3, "0:BSP: analy the chip type fail(chipClass is 0x4).", " | ")},
+    {.name = "ClassAboveFiveTouchesNothing", .call = NAMED(6), .out = "ok ok ok ff ff #######################"},
+    // Every row's reads of pin 129 fail: nothing is cached, and the next call identifies.
+    {.name = "FailureIsRetried", .faults = {{Op::GpioRead, 27, -1, 129}}, .call = NAMED(2), .out = "ok 1 ok ff 01 Lattice",
+     .trace = times(27, "gi 129=in gr 129=0!-1") + " " + pins(3, 5, 3),
+     .log = pin_failures({0, 5, 6, 9, 3, 0xa, 0xc, 0xf, 0xff}) +
+            " | 0:BSP: analy the chip type fail(chipClass is 0x2). | 1:BSP:read the chip type gpio(131:131:130:129) is 0x3, chipIdentCode=0x3"},
+    // A try needs both the init and the read; the third failure of a pin gives up the row.
+    {.name = "PinTriesThreeTimes", .faults = {{Op::GpioInit, 1, -1, 129}, {Op::GpioRead, 1, -1, 130}, {Op::GpioRead, 3, -1, 131, 1}},
+     .call = BSP_CALLS(BSP_JudgeChipType(3, kPins), BSP_JudgeChipType(3, kPins), BSP_JudgeChipType(3, nullptr)),
+     .out = "1 ok ok",
+     .trace = "gi 129=in!-1 gr 129=1 gi 129=in gr 129=1 gi 130=in gr 130=0!-1 gi 130=in gr 130=1 gi 131=in gr 131=0 " +
+              pins(3, 1, 2) + " gi 131=in gr 131=0!-1 gi 131=in gr 131=0!-1 gi 131=in gr 131=0!-1",
+     .log = "1:BSP:read the chip type gpio(131:131:130:129) is 0x3, chipIdentCode=0x3 | 0:BSP:read the chip type "
+            "gpio(131) fail.(GpioVal is 0x3, should be ChipIdentCode=0x3) | 0:typeGpio is null for getting chip type"},
+    {.name = "NameThatDoesNotFit",
+     .call = [](B &) { return calls({BSP_GetChipTypeStr(1, 16, g_name), BSP_GetChipTypeStr(1, 0, nullptr)}) + " " + g_name; },
+     .out = "ok ok ", .trace = pins(3, 9, 3),
+     .log = "1:BSP:read the chip type gpio(131:131:130:129) is 0x3, chipIdentCode=0x3 | 0:Error: copy chip desc string "
+            "failed, result = 34. | 0:BSP: Input typestr pointer is null"},
+    {.name = "GpioValue", .faults = {{Op::GpioRead, 3, -1, 132, 1}}, .setup = straps<0x0B, false>,
+     .call = [](B &) { return calls({u(BSP_GetChipTypeGpioVal(g)), u(BSP_GetChipTypeGpioVal(g + 1)), u(BSP_GetChipTypeGpioVal(nullptr))}, 2); },
+     .out = "ok err err 0b ee", .trace = pins(0xB, 1) + " " + pins(0xB, 1, 3) + " gi 132=in gr 132=0!-1 gi 132=in gr 132=0!-1 gi 132=in gr 132=0!-1",
+     .log = "0:BSP:read the chip type gpio(132) fail. GpioVal is 0x3 | 0:BSP: Input ChipGpioVal pointer is null"},
+};
+BSP_CASES(Identify, Chip, kIdentify);
+
+// ------------------------------------------------------------------------------ clocks
+
+class Clock : public bsptest::CallTest {};
+TEST_P(Clock, ShowsWhatItDid) { run(); }
+
+auto clk(B &b) { return bspsim::clocks(b); }
+const std::string kRun = "srd 48=fd srd 49=0c", kLost = "srd 48=fc srd 49=0c";
+const CallCase kClocks[] = {
+    // Each abnormal row logs once; reading normal in between starts a new episode.
+    {.name = "LatchedOncePerEpisode", .profile = "4u4c",
+     .call = [](B &b) {
+         const uint32_t ok = BSP_GetClockStatus(), lost = (clk(b).lose(0x48, 0), BSP_GetClockStatus());
+         const uint32_t still = BSP_GetClockStatus(), back = (clk(b).restore(0x48, 0), BSP_GetClockStatus());
+         return calls({ok, lost, still, back, (clk(b).lose(0x48, 0), BSP_GetClockStatus())});
+     },
+     .out = "ok 1 1 ok 1", .trace = bsptest::joined({kRun, kLost, kLost, kRun, kLost}, " "),
+     .log = "1:Clock status check, cpld addr (0x48) value(252) | 1:Clock status check, cpld addr (0x48) value(252)"},
+    // An unread register keeps the previous row's masked byte: 0x75 has 0x49's clock bit.
+    {.name = "UnreadRegisterCarriesTheByte", .board = 0x22, .faults = {{Op::LocalBusRead, 1, -1, 0x49}},
+     .setup = [](B &b) { clk(b).lose(0x48, 1); }, .call = BSP_CALLS(BSP_GetClockStatus()), .out = "1",
+     .trace = "rd 48=75 rd 49=00!-1", .log = "1:Clock status check, cpld addr (0x48) value(117) | 0:read cpld byte error."},
+    {.name = "BoardWithoutClockBits", .profile = "x86-2u", .call = BSP_CALLS(BSP_GetClockStatus(), BSP_Is5830Chip()),
+     .out = "ok 1"},
+};
+BSP_CASES(Status, Clock, kClocks);
+
+using ChipTest = bsptest::SimTest;
+TEST_F(ChipTest, UnknownBoardHasNoClockFault)
+{
+    sim().fail(Op::DevOpen, 1);
+    EXPECT_EQ(BSP_GetClockStatus(), 0u);
+    EXPECT_EQ(tr({Op::LocalBusRead}), "");
+    EXPECT_EQ(log_line(), "0:Error: open sys_info dev fail | 0:Get BMC board id failed(-1)");
+}
+
+// ------------------------------------------------------------------ backplane EEPROMs
+
+struct FrameCase {
+    const char *name;
+    int frame;  // -1: unreadable
+    uint32_t eeproms;
+};
+class Eeproms : public bsptest::SimTestWithParam<FrameCase> {};
+TEST_P(Eeproms, ByFrameType)
+{
+    if (GetParam().frame < 0) sim().fail(Op::LocalBusRead, 1, -1, 0x66);
+    else bspsim::set_frame_word(sim(), static_cast<uint16_t>(GetParam().frame));
+    EXPECT_EQ(BSP_GetBpEepromCount(), GetParam().eeproms);
+}
+const FrameCase kFrames[] = {{"F9", 9, 1},   {"F14", 14, 1}, {"F16", 16, 1}, {"F18", 18, 1}, {"F40", 40, 1},
+                             {"F50", 50, 1}, {"F17", 17, 2}, {"F12", 12, 2}, {"Unreadable", -1, 1}};
+INSTANTIATE_TEST_SUITE_P(Frames, Eeproms, ::testing::ValuesIn(kFrames), [](const auto &i) { return std::string(i.param.name); });
+
+// ------------------------------------------------------------------ chips by framework
+
+class ByFramework : public bsptest::CallTest {};
+TEST_P(ByFramework, ShowsWhatItDid)
+{
+    EXPECT_EQ(GetParam().call(sim()), GetParam().out);
+    EXPECT_EQ(tr({Op::DflGetHw, Op::DflSetProp, Op::DflBlockRead, Op::DflBlockWrite, Op::DflGetAccessor, Op::DflGetHandle,
+                  Op::DflGetRef, Op::Delay}), GetParam().trace);
+    EXPECT_EQ(log_line(), GetParam().log);
+    // The expander is read from the hardware itself and written through to it.
+    for (const bspsim::Event &e : events(Op::DflGetHw)) EXPECT_EQ(e.b, 64u);
+    for (const bspsim::Event &e : events(Op::DflSetProp)) EXPECT_EQ(e.b, 16u);
+}
+
+OBJ_HANDLE h(B &b, const char *name) { return b.handle_of(name); }
+const uint8_t kBytes[2] = {0xA5, 0x5A};
+const std::string kHw = "dfl_get_hw Exp9555.Input0", kRd = "dfl_block_read BoardEeprom.Data@16+2";
+const std::string kWr = "dfl_block_write BoardEeprom.Data@0+2";
+
+const CallCase kFramework[] = {
+    // Ten tries 200 ms apart; the last code stands and the byte is left alone.
+    {.name = "ExpanderRead", .faults = {{Op::DflGetHw, 19, -3}},
+     .call = [](B &b) { return calls({u(BSP_GetInfoFrom9555(h(b, "Exp9555"), "Input0", g)), u(BSP_GetInfoFrom9555(h(b, "Exp9555"), "Input0", g)),
+                                      u(BSP_GetInfoFrom9555(0, nullptr, g)), u(BSP_GetInfoFrom9555(0, "Input0", nullptr))}, 1); },
+     .out = "-3 ok err err f7", .trace = times(19, kHw + "!-3 delay 200") + " " + kHw,
+     .log = "0:input para is null. | 0:input para is null."},
+    // A written byte shows on the next hardware read.
+    {.name = "ExpanderWrite", .faults = {{Op::DflSetProp, 11, -5}},
+     .call = [](B &b) { const OBJ_HANDLE e = h(b, "Exp9555");
+         return calls({u(BSP_SetInfoTo9555(e, "Output1", 0x3C)), u(BSP_SetInfoTo9555(e, "Output1", 0xC3)),
+                       u(BSP_SetInfoTo9555(e, nullptr, 1)), u(BSP_GetInfoFrom9555(e, "Output1", g))}, 1); },
+     .out = "-5 ok err ok c3",
+     .trace = times(11, "dfl_set_prop Exp9555.Output1!-5 delay 200") + " dfl_set_prop Exp9555.Output1 dfl_get_hw Exp9555.Output1",
+     .log = "0:input para is null."},
+    {.name = "ExpanderValueNotAByte", .setup = [](B &b) { b.set_hardware_value("Exp9555", "Input1", "uint16 7"); },
+     .call = [](B &b) { return res(BSP_GetInfoFrom9555(h(b, "Exp9555"), "Input1", g), 1); }, .out = "err ee", .trace = "dfl_get_hw Exp9555.Input1",
+     .log = "0:property Input1 of the 9555 is not a byte."},
+    // Three tries, 100 ms after a failure and 1 ms after success; the third failure is logged.
+    {.name = "ChipReadAndWrite", .faults = {{Op::DflBlockRead, 5, -7}, {Op::DflBlockWrite, 2}},
+     .setup = [](B &b) { b.set_block("BoardEeprom", "Data", std::vector<uint8_t>(18, 0x11)); },
+     .call = [](B &b) { const OBJ_HANDLE e = h(b, "BoardEeprom");
+         return calls({u(BSP_ReadChip(e, "Data", 16, 2, g)), u(BSP_ReadChip(e, "Data", 16, 2, g)),
+                       u(BSP_WriteChip(e, "Data", 0, 2, kBytes)), u(BSP_ReadChip(e, "Data", 0, 2, g))}, 2); },
+     .out = "-7 ok ok ok a5 5a",
+     .trace = times(3, kRd + "!-7 delay 100") + " " + times(2, kRd + "!-7 delay 100") + " " + kRd + " delay 1 " +
+              times(2, kWr + "!-1 delay 100") + " " + kWr + " delay 1 dfl_block_read BoardEeprom.Data@0+2 delay 1",
+     .log = "0:Read chip failed. Addr(0x10). Ret(-7)."},
+    {.name = "ChipWriteGivesUp", .faults = {{Op::DflBlockWrite, 3, -2}},
+     .call = [](B &b) { return res(BSP_WriteChip(h(b, "BoardEeprom"), "Data", 0x20, 2, kBytes)); },
+     .out = "-2", .trace = times(3, "dfl_block_write BoardEeprom.Data@32+2!-2 delay 100"), .log = "0:Write chip failed. Addr(0x20). Ret(-2)."},
+};
+BSP_CASES(Chips, ByFramework, kFramework);
+
+// Each step's failure returns its own code and leaves the chip alone; the accessor's name gets a
+// 32-byte buffer (a 31-character name is found, a 32-character one is not).
+TEST_F(ChipTest, AccessChipHandleStepByStep)
+{
+    const OBJ_HANDLE fru = sim().handle_of("BoardFru");
+    sim().set_accessor("BoardFru", "Fits", std::string(31, 'a'));
+    sim().set_accessor("BoardFru", "TooLong", std::string(32, 'a'));
+    OBJ_HANDLE chip = 7;
+    std::string codes;
+    for (auto [step, code] : {std::pair{Op::DflGetAccessor, -20}, {Op::DflGetHandle, -21}, {Op::DflGetRef, -22}}) {
+        sim().fail(step, 1, code);
+        codes += res(u(BSP_GetAccessChipHandle(fru, "Data", &chip))) + " " + std::to_string(chip) + ", ";
+    }
+    EXPECT_EQ(codes + calls({u(BSP_GetAccessChipHandle(fru, "Fits", &chip)),
+                             u(BSP_GetAccessChipHandle(fru, "TooLong", &chip)),
+                             u(BSP_GetAccessChipHandle(fru, nullptr, &chip)),
+                             u(BSP_GetAccessChipHandle(fru, "Data", nullptr))}),
+              "-20 7, -21 7, -22 7, -2 -3 err err");
+    EXPECT_EQ(log_line(), "0:input para is null. | 0:input para is null.");
+    forget();
+    EXPECT_EQ(BSP_GetAccessChipHandle(fru, "Data", &chip), 0);
+    EXPECT_EQ(chip, sim().handle_of("BoardEeprom"));
+    EXPECT_EQ(tr(), "dfl_get_accessor BoardFru.Data dfl_get_handle BoardFruAccessor dfl_get_ref BoardFruAccessor.Chip");
+}
+
+}  // namespace
