@@ -1,5 +1,6 @@
 // Chips and clocks: identification from the straps, the clock-status latches, the backplane
 // EEPROM count, and chips reached through the object framework.
+#include <bit>
 #include <sstream>
 #include <string>
 
@@ -107,6 +108,21 @@ const CallCase kIdentify[] = {
 };
 BSP_CASES(Identify, Chip, kIdentify);
 
+// Other components show the exported table's names: its rows are part of the interface.
+TEST(ChipTable, RowForRow)
+{
+    std::string rows;
+    for (const ChipIdentifyCfg &r : g_ChipIdentifyCfgTbl) {
+        const bool straps = r.strapPins[0] == 129 && r.strapPins[1] == 130 && r.strapPins[2] == 131 && r.strapPins[3] == 132;
+        rows += (std::ostringstream() << std::hex << +r.chipClass << "/" << +r.chipType << "/" << +r.identCode << (straps ? " " : "? ")
+                 << r.desc << ", ").str();
+    }
+    EXPECT_EQ(rows, "1/4/1 Au5310, 1/1/2 Si5345, 1/3/9 Si5332, 1/3/a Si5332, 1/5/6 Vantacore, 1/5/c Vantacore, 1/2/0 Au5315, "
+                    "1/2/f Au5315, 1/0/3 Clock oscillator, 1/0/5 Clock oscillator, 1/ff/ff InvalidClockType, 2/0/0 Anlu, "
+                    "2/0/5 Anlu, 2/0/6 Anlu, 2/0/9 Anlu, 2/1/3 Lattice, 2/1/a Lattice, 2/1/c Lattice, 2/1/f Lattice, "
+                    "2/ff/ff InvalidCpldType, 3/ff/ff Vrd, ");
+}
+
 // ------------------------------------------------------------------------------ clocks
 
 class Clock : public bsptest::CallTest {};
@@ -134,6 +150,38 @@ const CallCase kClocks[] = {
 BSP_CASES(Status, Clock, kClocks);
 
 using ChipTest = bsptest::SimTest;
+// Every board's clocks: the simulator renders each board's clock bits, all running reads in
+// order, and each clock lost alone reads abnormal.
+struct BoardClocks {
+    const char *name;
+    uint8_t id, bits48, bits49;
+};
+class EveryBoard : public bsptest::SimTestWithParam<BoardClocks> {};
+TEST_P(EveryBoard, LosesEachClock)
+{
+    const BoardClocks &c = GetParam();
+    known_board(c.id);
+    std::string seen = std::to_string(BSP_GetClockStatus()) + " ";
+    for (uint32_t reg : {0x48, 0x49}) {
+        seen += bsptest::hex(bspsim::clocks(sim()).clock_bits(reg)) + ":";
+        for (uint32_t bit = 0; bit < 8; ++bit) {
+            if (!(bspsim::clocks(sim()).clock_bits(reg) >> bit & 1)) continue;
+            seen += std::to_string((bspsim::clocks(sim()).lose(reg, bit), BSP_GetClockStatus()));
+            bspsim::clocks(sim()).restore(reg, bit);
+        }
+        seen += " ";
+    }
+    EXPECT_EQ(seen, "0 " + bsptest::hex(c.bits48) + ":" + std::string(std::popcount(c.bits48), '1') + " " +
+                        bsptest::hex(c.bits49) + ":" + std::string(std::popcount(c.bits49), '1') + " ");
+}
+const BoardClocks kBoardClocks[] = {
+    {"B0A", 0x0A, 0xFF, 0x07}, {"B03", 0x03, 0xFF, 0x01}, {"B00", 0x00, 0xFF, 0x01}, {"B05", 0x05, 0x77, 0},
+    {"B06", 0x06, 0xFF, 0},    {"B09", 0x09, 0xFF, 0},    {"B12", 0x12, 0xFF, 0x01}, {"B14", 0x14, 0xFF, 0x01},
+    {"B11", 0x11, 0xFF, 0x07}, {"B71", 0x71, 0xFD, 0x0C}, {"B22", 0x22, 0x77, 0x01}, {"B24", 0x24, 0xFF, 0},
+    {"B27", 0x27, 0xFF, 0},    {"B1D", 0x1D, 0xFF, 0x01}, {"B2E", 0x2E, 0x1E, 0x01}, {"B33", 0x33, 0x1E, 0x01},
+    {"B35", 0x35, 0xFE, 0x01}, {"B99", 0x99, 0x17, 0x01}, {"B95", 0x95, 0x17, 0x01}, {"B2D", 0x2D, 0, 0}};
+INSTANTIATE_TEST_SUITE_P(Boards, EveryBoard, ::testing::ValuesIn(kBoardClocks), [](const auto &i) { return std::string(i.param.name); });
+
 TEST_F(ChipTest, UnknownBoardHasNoClockFault)
 {
     sim().fail(Op::DevOpen, 1);
