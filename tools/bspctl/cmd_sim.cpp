@@ -10,6 +10,8 @@ namespace bspctl {
 
 int sim_psu(const Options &opts, const Args &args);    // cmd_psu.cpp
 int sim_board(const Options &opts, const Args &args);  // cmd_master.cpp
+int sim_straps(const Options &opts, const Args &args);  // cmd_chips.cpp
+int sim_clock(const Options &opts, const Args &args);   // cmd_clocks.cpp
 
 namespace {
 
@@ -32,6 +34,8 @@ int run(const Options &opts, const Args &args)
     if (!args.empty() && args[0] == "psu") return sim_psu(opts, Args(args.begin() + 1, args.end()));
     if (!args.empty() && args[0] == "rail") return rail(args);
     if (!args.empty() && args[0] == "board") return sim_board(opts, Args(args.begin() + 1, args.end()));
+    if (!args.empty() && args[0] == "straps") return sim_straps(opts, Args(args.begin() + 1, args.end()));
+    if (!args.empty() && args[0] == "clock") return sim_clock(opts, Args(args.begin() + 1, args.end()));
     if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu|rail|board", "sim");
     if (args[0] == "reset") {
         std::string dir = bspsim::reset_persistent(opts.profile);
@@ -68,6 +72,8 @@ const Register reg({"sim", "manage the simulated board (reset, profiles, where, 
                     "       bspctl [-p PROFILE] [--json] sim psu N present|absent|alarm|ok|fail|glitch [COUNT]\n"
                     "       bspctl [-p PROFILE] [--json] sim rail REG BIT 0|1|free\n"
                     "       bspctl [-p PROFILE] [--json] sim board add|remove SLOT\n"
+                    "       bspctl [-p PROFILE] [--json] sim straps VALUE\n"
+                    "       bspctl [-p PROFILE] [--json] sim clock REG BIT lost|ok\n"
                     "  reset     restore the board of PROFILE (or of BSPSIM_INSTANCE) from its profile\n"
                     "  profiles  list the shipped board profiles\n"
                     "  where     print the directory of the simulated board\n"
@@ -75,7 +81,9 @@ const Register reg({"sim", "manage the simulated board (reset, profiles, where, 
                     "            alarm) or ok again, or make its next COUNT (1) reads show an invalid code\n"
                     "  rail      hold a rail or front power bit of the board at 0 or 1, or let it go\n"
                     "  board     put a controller board into SLOT (0 to 3) or take it out; one taken\n"
-                    "            out is master no more\n",
+                    "            out is master no more\n"
+                    "  straps    set the chip identification straps, pins 129 (bit 0) to 132, to VALUE\n"
+                    "  clock     stop the clock of bit BIT of clock-status register REG, or run it again\n",
                     run});
 
 }  // namespace

@@ -70,7 +70,7 @@ void reset()
 std::string hex(uint32_t reg)
 {
     char b[16];
-    std::snprintf(b, sizeof b, "0x%02X", reg);
+    std::snprintf(b, sizeof b, "0x%02x", reg);
     return b;
 }
 
