@@ -85,6 +85,8 @@ An empty name is refused before any board is looked for, so nothing in the home 
   decimal (010 is ten). Exit status: 0 done, 1 failed, 2 bad command line.
 
   commands:
+    chips      clock generator, CPLD and voltage regulator fitted, from the straps
+    clocks     clock-status registers and the clock verdict
     cpld       read and write CPLD registers
     crc32      checksum of a file, as cksum prints it
     frame      show the enclosure: frame type, disks, model, configuration, IO cards
