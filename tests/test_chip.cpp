@@ -39,7 +39,8 @@ std::string named(uint8_t c)
 template <uint8_t V, bool Other = true>
 void straps(B &b) { g_other_board = Other, bspsim::straps(b).set(V); }
 
-// The straps `v` read on the first `count` pins from 129, `rows` times; pin `pin` failing thrice.
+// The straps `v` read on the first `count` pins from 129, `rows` times; fails(): three failed
+// reads of one pin; match(): the log line of a match on four pins or on three.
 std::string pins(unsigned v, int rows, int count = 4)
 {
     std::string one;
