@@ -30,7 +30,8 @@ typedef struct _GVariant GVariant;
     X(psu)               \
     X(board_power)       \
     X(slots)             \
-    X(mastership)
+    X(mastership)        \
+    X(secure_core)
 
 namespace bspsim::detail {
 
