@@ -10,6 +10,7 @@ namespace bspctl {
 
 int sim_psu(const Options &opts, const Args &args);    // cmd_psu.cpp
 int sim_board(const Options &opts, const Args &args);  // cmd_master.cpp
+int sim_m3(const Options &opts, const Args &args);     // cmd_m3.cpp
 
 namespace {
 
@@ -32,6 +33,7 @@ int run(const Options &opts, const Args &args)
     if (!args.empty() && args[0] == "psu") return sim_psu(opts, Args(args.begin() + 1, args.end()));
     if (!args.empty() && args[0] == "rail") return rail(args);
     if (!args.empty() && args[0] == "board") return sim_board(opts, Args(args.begin() + 1, args.end()));
+    if (!args.empty() && args[0] == "m3") return sim_m3(opts, Args(args.begin() + 1, args.end()));
     if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu|rail|board", "sim");
     if (args[0] == "reset") {
         std::string dir = bspsim::reset_persistent(opts.profile);
@@ -68,6 +70,7 @@ const Register reg({"sim", "manage the simulated board (reset, profiles, where, 
                     "       bspctl [-p PROFILE] [--json] sim psu N present|absent|alarm|ok|fail|glitch [COUNT]\n"
                     "       bspctl [-p PROFILE] [--json] sim rail REG BIT 0|1|free\n"
                     "       bspctl [-p PROFILE] [--json] sim board add|remove SLOT\n"
+                    "       bspctl [-p PROFILE] [--json] sim m3 [code CODE|short N|long N|crc|type|fail [COUNT]|clear]\n"
                     "  reset     restore the board of PROFILE (or of BSPSIM_INSTANCE) from its profile\n"
                     "  profiles  list the shipped board profiles\n"
                     "  where     print the directory of the simulated board\n"
@@ -75,7 +78,10 @@ const Register reg({"sim", "manage the simulated board (reset, profiles, where, 
                     "            alarm) or ok again, or make its next COUNT (1) reads show an invalid code\n"
                     "  rail      hold a rail or front power bit of the board at 0 or 1, or let it go\n"
                     "  board     put a controller board into SLOT (0 to 3) or take it out; one taken\n"
-                    "            out is master no more\n",
+                    "            out is master no more\n"
+                    "  m3        the secure core's state; or its next COUNT (1) answers carry response\n"
+                    "            code CODE, are N bytes short or long, have a bad CRC or type byte, or\n"
+                    "            the calls fail outright; clear drops the answer faults\n",
                     run});
 
 }  // namespace
