@@ -12,17 +12,11 @@
 #endif
 
 int read_level(OBJ_HANDLE handle);
-int ask_core(SecMsgCmd *cmd);
+int ask_core(SecMsgCmd *cmd);  /* the command block type is declared once, whatever the order */
 
 int read_level(OBJ_HANDLE handle)
 {
     uint8_t level = 0;
     if (dfl_get_property_ubyte(handle, "Level", &level) != 0) return -1;
     return level;
-}
-
-int ask_core(SecMsgCmd *cmd)
-{
-    static const uint8_t req[4] = {0x02, 0x01, 0, 0};
-    return dal_check_send_recv_msg(cmd, req, 4, 8) == 0 ? sec_msg_sendrecv(cmd) : -1;
 }

@@ -7,6 +7,7 @@
 // Nothing is kept between calls: every call owns its buffers and frees them on every path.
 #include <glib.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -51,16 +52,18 @@ void put_le16(uint8_t *p, uint16_t v)
 void dump_received(const SecMsgCmd &cmd)
 {
     static constexpr char kHex[] = "0123456789abcdef";
+    constexpr size_t kCharsPerByte = 3;  // "xx-"
     BSP_LOG(kLogTrace, "print %d byte data:", static_cast<int>(cmd.r_len));
-    auto *text = static_cast<char *>(g_malloc0(cmd.r_len * 3 + 1));
+    auto *text = static_cast<char *>(g_malloc0(size_t{cmd.r_len} * kCharsPerByte + 1));
     if (text == nullptr) {
         BSP_LOG(kLogError, "g_malloc0 failed.");
         return;
     }
     for (uint32_t i = 0; i < cmd.r_len; ++i) {
-        text[i * 3] = kHex[cmd.r_buff[i] >> 4];
-        text[i * 3 + 1] = kHex[cmd.r_buff[i] & 0x0F];
-        text[i * 3 + 2] = '-';
+        char *at = text + size_t{i} * kCharsPerByte;
+        at[0] = kHex[cmd.r_buff[i] >> 4];
+        at[1] = kHex[cmd.r_buff[i] & 0x0F];
+        at[2] = '-';
     }
     BSP_LOG(kLogTrace, "%s", text);
     g_free(text);
@@ -202,10 +205,13 @@ constexpr std::array<M3Operation, 8> kOperations = {{
      " verify bios failed(resp_code = 0x%x)."},
 }};
 static_assert(kOperations[kMuxStatus].command == (0x01 << 8 | kMsgClass));
+static_assert(std::ranges::all_of(kOperations, [](const M3Operation &op) {
+    return op.req_len <= kLongRequest && op.resp_len <= kLongestResponse && op.results <= (op.resp_len - kResultsAt) / 2;
+}));
 
-// Sends one operation's request and hands back its result words; they stay untouched unless
-// the core answered with code 0.
-int32_t run_operation(OperationIndex index, uint16_t param, uint16_t *results)
+// Sends one operation's request (a 6-byte one carries `param`) and hands back its result words;
+// they stay untouched unless the core answered with code 0.
+int32_t run_operation(OperationIndex index, uint16_t *results, uint16_t param = 0)
 {
     const M3Operation &op = kOperations[index];
     if (op.results > 0 && results == nullptr) return kErrS;
@@ -232,14 +238,14 @@ int32_t run_operation(OperationIndex index, uint16_t param, uint16_t *results)
 
 extern "C" {
 
-int32_t dal_get_bmc_secure_boot_info(uint16_t *out) { return run_operation(kSecureBoot, 0, out); }
-int32_t dal_get_bmc_last_upgrde_info(uint16_t *info) { return run_operation(kLastUpgrade, 0, info); }
-int32_t dal_set_bmc_upgrade_flag(uint8_t flag) { return run_operation(kUpgradeFlag, flag, nullptr); }
+int32_t dal_get_bmc_secure_boot_info(uint16_t *out) { return run_operation(kSecureBoot, out); }
+int32_t dal_get_bmc_last_upgrde_info(uint16_t *info) { return run_operation(kLastUpgrade, info); }
+int32_t dal_set_bmc_upgrade_flag(uint8_t flag) { return run_operation(kUpgradeFlag, nullptr, flag); }
 // The core takes no customer data here: the request only says that it was set, parameter 0.
-int32_t dal_set_customer_info(void) { return run_operation(kCustomerInfo, 0, nullptr); }
-int32_t dal_get_bios_mux_status(uint16_t *status) { return run_operation(kMuxStatus, 0, status); }
-int32_t dal_set_bios_mux_ctrl(uint8_t ctrl) { return run_operation(kMuxCtrl, ctrl, nullptr); }
-int32_t dal_get_bios_verify_result(uint16_t *result) { return run_operation(kVerifyResult, 0, result); }
-int32_t dal_set_bios_verify_ctrl(uint16_t ctrl) { return run_operation(kVerifyCtrl, ctrl, nullptr); }
+int32_t dal_set_customer_info(void) { return run_operation(kCustomerInfo, nullptr); }
+int32_t dal_get_bios_mux_status(uint16_t *status) { return run_operation(kMuxStatus, status); }
+int32_t dal_set_bios_mux_ctrl(uint8_t ctrl) { return run_operation(kMuxCtrl, nullptr, ctrl); }
+int32_t dal_get_bios_verify_result(uint16_t *result) { return run_operation(kVerifyResult, result); }
+int32_t dal_set_bios_verify_ctrl(uint16_t ctrl) { return run_operation(kVerifyCtrl, nullptr, ctrl); }
 
 }  // extern "C"
