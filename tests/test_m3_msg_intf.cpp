@@ -166,15 +166,16 @@ TEST_F(M3, LengthBoundsNullPointersAndTheCopy)
         return std::to_string(st) + "/" + std::to_string(len);
     };
     EXPECT_EQ(bsptest::joined({send(3, 8), send(4095, 8), send(4, 3), send(4, 4095)}), "-1/8, -1/8, -1/3, -1/4095");
-    EXPECT_EQ(errors(sim()), "0:req_msg_len(3) is out(4, 4094). | 0:req_msg_len(4095) is out(4, 4094). | "
-                             "0:p_resp_msg_len(3) is out(4, 4094). | 0:p_resp_msg_len(4095) is out(4, 4094).");
-    // The answer is copied without its CRC; the core refuses a 4094-byte request with a 6-byte answer.
-    EXPECT_EQ(bsptest::joined({send(4, 8), bytes({resp.begin(), resp.begin() + 9}), send(4094, 4094), bytes({resp.begin(), resp.begin() + 7})}),
-              "0/8, 82 01 00 00 00 00 07 00 ee, 0/6, 82 01 00 00 03 e0 07");
     uint16_t len = 8;  // null pointers: each refused with -1 before anything is sent
     EXPECT_EQ(dal_send_recv_msg_with_m3(nullptr, 4, resp.data(), &len) + dal_send_recv_msg_with_m3(req.data(), 4, nullptr, &len) +
                   dal_send_recv_msg_with_m3(req.data(), 4, resp.data(), nullptr) + dal_get_bmc_secure_boot_info(nullptr) +
                   dal_get_bmc_last_upgrde_info(nullptr) + dal_get_bios_mux_status(nullptr) + dal_get_bios_verify_result(nullptr), -7);
+    EXPECT_EQ(errors(sim()), "0:req_msg_len(3) is out(4, 4094). | 0:req_msg_len(4095) is out(4, 4094). | "
+                             "0:p_resp_msg_len(3) is out(4, 4094). | 0:p_resp_msg_len(4095) is out(4, 4094). | " +
+                                 bsptest::times(3, "0:In parameters point is null.", " | "));
+    // The answer is copied without its CRC; the core refuses a 4094-byte request with a 6-byte answer.
+    EXPECT_EQ(bsptest::joined({send(4, 8), bytes({resp.begin(), resp.begin() + 9}), send(4094, 4094), bytes({resp.begin(), resp.begin() + 7})}),
+              "0/8, 82 01 00 00 00 00 07 00 ee, 0/6, 82 01 00 00 03 e0 07");
     EXPECT_EQ(tr(), "m3 0102=0 m3 0102=e003!bad");
     // A failed copy of the answer passes the copy routine's code up.
     forget();
