@@ -101,26 +101,25 @@ TEST_F(M3, EveryOperationFailsWithItsOwnTextsAndLeavesItsResults)
 {
     const std::string calls = " secure_boot:-1 0xEEEE 0xEEEE 0xEEEE last_upgrade:-1 0xEEEE upgrade_flag:-1 customer_info:-1"
                               " mux_status:-1 0xEEEE mux_ctrl:-1 verify_result:-1 0xEEEE verify_ctrl:-1";
+    std::string refused, send_failed;
+    for (const Operation &op : kOps) {
+        refused += " | 0:" + std::string(op.code_text) + "(resp_code = 0x1).";
+        send_failed += " | 0:sec_msg_sendrecv fail(iret = 0Xffffffff). | 0:Check send or recv msg invalid, ret=-1. | 0:" +
+                       std::string(op.send_text) + "(ret = 0xffffffff).";
+    }
     EXPECT_EQ(run_all(nullptr, [] { core().fault(M3Fault::Code, 1, 1); }), calls);
-    std::string expected;
-    for (const Operation &op : kOps) expected += " | 0:" + std::string(op.code_text) + "(resp_code = 0x1).";
-    EXPECT_EQ(" | " + errors(sim()), expected);
+    EXPECT_EQ(" | " + errors(sim()), refused);
     const bspsim::SecureCoreState s = core().state();
     EXPECT_EQ(bsptest::calls({s.upgrade_flag, s.customer_info_set, s.bios_mux, s.verify_ctrl}), "ok ok ok ok");
     forget();
     EXPECT_EQ(run_all(nullptr, [] { core().fail_calls(1); }), calls);
-    expected.clear();
-    for (const Operation &op : kOps)
-        expected += " | 0:sec_msg_sendrecv fail(iret = 0Xffffffff). | 0:Check send or recv msg invalid, ret=-1. | 0:" +
-                    std::string(op.send_text) + "(ret = 0xffffffff).";
-    EXPECT_EQ(" | " + errors(sim()), expected);
+    EXPECT_EQ(" | " + errors(sim()), send_failed);
 }
 
 TEST_F(M3, EachCheckOfAnAnswer)
 {
     core().set_bios_mux(7);
-    const std::vector<uint8_t> good = {0x82, 0x01, 0, 0, 0, 0, 7, 0};
-    const uint16_t crc = bspsim::m3_crc16(good.data(), good.size());
+    const uint16_t crc = bspsim::m3_crc16(std::vector<uint8_t>{0x82, 0x01, 0, 0, 0, 0, 7, 0}.data(), 8);
     // A 9-byte answer cut at the 10-byte capacity: its last byte is lost and its CRC is wrong.
     const std::vector<uint8_t> cut = with_crc({0x82, 0x01, 0, 0, 0, 0, 7, 0, 0});
     const struct { M3Fault kind; uint32_t arg; std::string out, log; } cases[] = {
@@ -144,8 +143,7 @@ TEST_F(M3, EachCheckOfAnAnswer)
     SecMsgCmd cmd;
     auto check = [&](uint32_t s_len, bool r_buff = true) {
         cmd = {s, s_len, r_buff ? r : nullptr, sizeof r};
-        const int32_t st = dal_check_send_recv_msg(&cmd, req, 4, 8);
-        return std::to_string(st) + "/" + std::to_string(cmd.r_len);
+        return bsptest::joined({std::to_string(dal_check_send_recv_msg(&cmd, req, 4, 8)), std::to_string(cmd.r_len)}, "/");
     };
     core().fault(M3Fault::Long, 1, 1);
     EXPECT_EQ(bsptest::joined({check(6), check(6), check(5), check(3), check(6, false)}), "-1/11, 0/10, -1/11, -1/11, -1/11");
@@ -162,8 +160,7 @@ TEST_F(M3, LengthBoundsNullPointersAndTheCopy)
     core().set_bios_mux(7);
     auto send = [&](uint16_t req_len, uint16_t want) {
         uint16_t len = want;
-        const int32_t st = dal_send_recv_msg_with_m3(req.data(), req_len, resp.data(), &len);
-        return std::to_string(st) + "/" + std::to_string(len);
+        return bsptest::joined({std::to_string(dal_send_recv_msg_with_m3(req.data(), req_len, resp.data(), &len)), std::to_string(len)}, "/");
     };
     EXPECT_EQ(bsptest::joined({send(3, 8), send(4095, 8), send(4, 3), send(4, 4095)}), "-1/8, -1/8, -1/3, -1/4095");
     uint16_t len = 8;  // null pointers: each refused with -1 before anything is sent
@@ -190,12 +187,11 @@ TEST_F(M3, TheCoreRefusesMalformedRequests)
     auto send = [](std::vector<uint8_t> f, uint32_t s_len = 0) {
         uint8_t r[16] = {};
         SecMsgCmd cmd = {f.data(), s_len ? s_len : uint32_t(f.size()), r, sizeof r};
-        const int32_t st = sec_msg_sendrecv(&cmd);
-        return std::to_string(st) + "/" + std::to_string(cmd.r_len) + ":" + bytes({r, r + 6});
+        return bsptest::joined({std::to_string(sec_msg_sendrecv(&cmd)), std::to_string(cmd.r_len), bytes({r, r + 6})}, "/");
     };
     EXPECT_EQ(bsptest::joined({send({0x02, 0x01, 0, 0, 0, 0}), send(with_crc({0x05, 0x01, 0, 0})), send(with_crc({0x02, 0x99, 0, 0})),
                                send(with_crc({0x02, 0x01, 0, 0, 0, 0})), send({0x02, 0x01, 0, 0, 0}, 5)}),
-              "0/8:82 01 00 00 04 e0, 0/8:85 01 00 00 01 e0, 0/8:82 99 00 00 02 e0, 0/8:82 01 00 00 03 e0, -1/16:00 00 00 00 00 00");
+              "0/8/82 01 00 00 04 e0, 0/8/85 01 00 00 01 e0, 0/8/82 99 00 00 02 e0, 0/8/82 01 00 00 03 e0, -1/16/00 00 00 00 00 00");
     EXPECT_EQ(tr(), "m3 0102=e004!bad m3 0105=e001!bad m3 9902=e002!bad m3 0102=e003!bad m3 0102=0!bad");
     EXPECT_EQ(core().state().refused, 4u);
 }
