@@ -135,7 +135,7 @@ TEST_F(SimInstance, DamagedStateIsRebuiltAndSaidSo)
              {.size = 0}, {.size = 4096},
              {.word = 0xDEADBEEF},     // magic
              {.at = 8, .word = 99},    // layout version
-             {.at = 208, .word = ~0u}, // the lock's kind
+             {.at = static_cast<off_t>(bspsim::state_lock_offset() + offsetof(pthread_mutex_t, __data.__kind)), .word = ~0u},
          }) {
         fs::path state = fs::path(bspsim::attach_persistent("smm")) / "state";
         ASSERT_EQ(my_sem_sets().size(), 1u);

@@ -12,6 +12,7 @@ int sim_psu(const Options &opts, const Args &args);    // cmd_psu.cpp
 int sim_board(const Options &opts, const Args &args);  // cmd_master.cpp
 int sim_straps(const Options &opts, const Args &args);  // cmd_chips.cpp
 int sim_clock(const Options &opts, const Args &args);   // cmd_clocks.cpp
+int sim_m3(const Options &opts, const Args &args);     // cmd_m3.cpp
 
 namespace {
 
@@ -36,6 +37,7 @@ int run(const Options &opts, const Args &args)
     if (!args.empty() && args[0] == "board") return sim_board(opts, Args(args.begin() + 1, args.end()));
     if (!args.empty() && args[0] == "straps") return sim_straps(opts, Args(args.begin() + 1, args.end()));
     if (!args.empty() && args[0] == "clock") return sim_clock(opts, Args(args.begin() + 1, args.end()));
+    if (!args.empty() && args[0] == "m3") return sim_m3(opts, Args(args.begin() + 1, args.end()));
     if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu|rail|board", "sim");
     if (args[0] == "reset") {
         std::string dir = bspsim::reset_persistent(opts.profile);
@@ -74,6 +76,7 @@ const Register reg({"sim", "manage the simulated board (reset, profiles, where, 
                     "       bspctl [-p PROFILE] [--json] sim board add|remove SLOT\n"
                     "       bspctl [-p PROFILE] [--json] sim straps VALUE\n"
                     "       bspctl [-p PROFILE] [--json] sim clock REG BIT lost|ok\n"
+                    "       bspctl [-p PROFILE] [--json] sim m3 [code CODE|short N|long N|crc|type|fail [COUNT]|clear]\n"
                     "  reset     restore the board of PROFILE (or of BSPSIM_INSTANCE) from its profile\n"
                     "  profiles  list the shipped board profiles\n"
                     "  where     print the directory of the simulated board\n"
@@ -83,7 +86,10 @@ const Register reg({"sim", "manage the simulated board (reset, profiles, where, 
                     "  board     put a controller board into SLOT (0 to 3) or take it out; one taken\n"
                     "            out is master no more\n"
                     "  straps    set the chip identification straps, pins 129 (bit 0) to 132, to VALUE\n"
-                    "  clock     stop the clock of bit BIT of clock-status register REG, or run it again\n",
+                    "  clock     stop the clock of bit BIT of clock-status register REG, or run it again\n"
+                    "  m3        the secure core's state; or its next COUNT (1) answers carry response\n"
+                    "            code CODE, are N bytes short or long, have a bad CRC or type byte, or\n"
+                    "            the calls fail outright; clear drops the answer faults\n",
                     run});
 
 }  // namespace

@@ -982,6 +982,56 @@ BSP_API void BSP_GetSmmMcuMode(uint8_t *mode);
 /* Not built yet: fails with -1 without touching anything. */
 BSP_API int32_t BSP_SetSmmMcuMode(uint8_t mode);
 
+/* ============================================================= secure-core messages */
+
+/* Requests to the SoC's secure core: 02 CMD 00 00 [PARAM, 16 bits little-endian], then the
+ * CRC-16 (BSP_CalCrc16, initial value 0xFFFF) of those bytes, low byte first. The core answers
+ * with 0x82, three bytes, a 16-bit response code (0: done), its result words and the CRC-16 of
+ * all that. Every failure is logged; nothing is retried and nothing is kept between calls. */
+
+/** The platform's transport command block: the send buffer and its length, the receive
+ * buffer and its capacity (the received count on return). Same type as the platform's own. */
+#if !defined(BSP_SEC_MSG_CMD_DEFINED)
+#define BSP_SEC_MSG_CMD_DEFINED
+typedef struct SecMsgCmd { uint8_t *s_buff; uint32_t s_len; uint8_t *r_buff; uint32_t r_len; } SecMsgCmd;
+#endif
+
+/** Frames `req` (`req_len` bytes) with its CRC into cmd->s_buff, sends it and checks the
+ * answer left in cmd->r_buff: first byte req[0] + 0x80, 6 <= cmd->r_len <= expected_len + 2,
+ * a right CRC. The caller owns both buffers; s_len must hold req_len + 2 bytes and r_len the
+ * receive capacity. Returns 0, or -1 (logged) for a null `cmd`, `req` or r_buff, a send buffer
+ * too small, a failed transfer or an answer that fails a check. */
+BSP_API int32_t dal_check_send_recv_msg(SecMsgCmd *cmd, const uint8_t *req, uint16_t req_len, uint32_t expected_len);
+/** Sends the request `req` of `req_len` bytes (4..4094) and waits for an answer of at most
+ * `*resp_len` bytes (4..4094, CRC not counted). On success returns 0, copies the answer without
+ * its CRC into `resp` (which holds `*resp_len` bytes) and sets `*resp_len` to its length; a
+ * shorter answer than asked for is taken. Returns -1 (logged) for a null pointer, a length out
+ * of bounds or a failed exchange, leaving `resp` and `*resp_len` as they were; or the copy
+ * routine's nonzero code (logged) when the answer cannot be copied. */
+BSP_API int32_t dal_send_recv_msg_with_m3(const uint8_t *req, uint16_t req_len, uint8_t *resp, uint16_t *resp_len);
+
+/* The core's operations. Each returns 0 when the core carried it out (code 0), and -1 (logged)
+ * when the exchange failed or the core answered another code; results stay untouched then. A
+ * null result pointer is refused with -1 before anything is sent. The values are the core's
+ * own and are passed through unchanged. */
+
+/** The three secure-boot words into out[0], out[1], out[2]. */
+BSP_API int32_t dal_get_bmc_secure_boot_info(uint16_t *out);
+/** The word the core keeps about the last BMC upgrade into `*info`. */
+BSP_API int32_t dal_get_bmc_last_upgrde_info(uint16_t *info);
+/** Sets the BMC upgrade flag to `flag`. */
+BSP_API int32_t dal_set_bmc_upgrade_flag(uint8_t flag);
+/** Tells the core that the customer information was set (the request carries parameter 0). */
+BSP_API int32_t dal_set_customer_info(void);
+/** The BIOS flash multiplexer's status into `*status`. */
+BSP_API int32_t dal_get_bios_mux_status(uint16_t *status);
+/** Sets the BIOS flash multiplexer to `ctrl`. */
+BSP_API int32_t dal_set_bios_mux_ctrl(uint8_t ctrl);
+/** The result of the BIOS verification into `*result`. */
+BSP_API int32_t dal_get_bios_verify_result(uint16_t *result);
+/** Sends the BIOS verification control word `ctrl`. */
+BSP_API int32_t dal_set_bios_verify_ctrl(uint16_t ctrl);
+
 #ifdef __cplusplus
 }
 #endif

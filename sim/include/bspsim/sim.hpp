@@ -84,7 +84,8 @@ public:
     X(GetUbootVer, "get_uboot_ver")     /* a = boot-loader copy, name = version answered */   \
     X(GetSdkVer, "get_sdk_ver")         /* a = first length, b = second length, name = first version */ \
     X(Change, "change")                 /* name = what a device model's unit did ("led frame-locate on") */ \
-    X(BoardPower, "board_power")        /* name = what moved the board's power, b = pulse width in ms */
+    X(BoardPower, "board_power")        /* name = what moved the board's power, b = pulse width in ms */ \
+    X(SecMsg, "sec_msg_sendrecv")       /* a = command word, b = bytes sent, value = response code, len = bytes answered */
 
 enum class Op : uint32_t {
 #define BSPSIM_OP_ENUM(id, name) id,
@@ -270,6 +271,7 @@ private:
 //   P29  P29/2 (wait of 2 s)  V29  delay 10  cpldid 0=2  cpldnum 2  tcget tty  tcset tty ixon ixoff
 //   (the serial port's software flow control after the call)
 //   led frame-locate on  uart 2  pcie off       a unit of a device model changed (Op::Change)
+//   m3 0102=0                                   a secure-core request: command word=response code
 //   other calls: the operation's name and the event's name ("dfl_get_prop cpld1.LBus")
 // Suffixes: "!wp" a write that write protection or a read-only register blocked, "!bad" a
 // malformed request, "!unbal" a give without a take, "!CODE" a failed call (injected or not).
@@ -291,6 +293,8 @@ std::string reset_persistent(const std::string &profile);
 std::string default_profile();
 std::string attach_persistent();
 std::string reset_persistent();
+// Where the instance lock sits in a state file, for tests that damage it on purpose.
+size_t state_lock_offset();
 // Directory of the shipped profiles and the names found there.
 std::string profile_dir();
 std::vector<std::string> profile_names();

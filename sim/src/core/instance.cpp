@@ -480,6 +480,7 @@ std::string default_profile()
 }
 
 std::string attach_persistent() { return attach_persistent(default_profile()); }
+size_t state_lock_offset() { return region_offset(ModelId::core, 0) + offsetof(CoreState, lock); }
 std::string reset_persistent() { return reset_persistent(default_profile()); }
 
 std::unique_ptr<Board> Board::create(const std::string &profile)

@@ -31,7 +31,8 @@ typedef struct _GVariant GVariant;
     X(board_power)       \
     X(clocks)            \
     X(slots)             \
-    X(mastership)
+    X(mastership)        \
+    X(secure_core)
 
 namespace bspsim::detail {
 

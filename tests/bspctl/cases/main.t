@@ -91,6 +91,7 @@ An empty name is refused before any board is looked for, so nothing in the home 
     crc32      checksum of a file, as cksum prints it
     frame      show the enclosure: frame type, disks, model, configuration, IO cards
     led        list, read or switch the enclosure and board LEDs
+    m3         the secure core: secure boot, upgrade, BIOS mux and verification
     mac        the enclosure MAC address, from its WWN
     master     this board's role; grab or give up mastership
     pcie       enable the PCIe cores or hold them off
