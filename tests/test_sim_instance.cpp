@@ -135,7 +135,7 @@ TEST_F(SimInstance, DamagedStateIsRebuiltAndSaidSo)
              {.size = 0}, {.size = 4096},
              {.word = 0xDEADBEEF},     // magic
              {.at = 8, .word = 99},    // layout version
-             {.at = 208, .word = ~0u}, // the lock's kind
+             {.at = 272, .word = ~0u}, // the lock's kind (the header has 8 bytes per device model)
          }) {
         fs::path state = fs::path(bspsim::attach_persistent("smm")) / "state";
         ASSERT_EQ(my_sem_sets().size(), 1u);

@@ -10,6 +10,8 @@ namespace bspctl {
 
 int sim_psu(const Options &opts, const Args &args);    // cmd_psu.cpp
 int sim_board(const Options &opts, const Args &args);  // cmd_master.cpp
+int sim_mcu(const Options &opts, const Args &args);    // cmd_mcu.cpp
+int sim_fan(const Options &opts, const Args &args);    // cmd_cooling.cpp
 
 namespace {
 
@@ -32,7 +34,9 @@ int run(const Options &opts, const Args &args)
     if (!args.empty() && args[0] == "psu") return sim_psu(opts, Args(args.begin() + 1, args.end()));
     if (!args.empty() && args[0] == "rail") return rail(args);
     if (!args.empty() && args[0] == "board") return sim_board(opts, Args(args.begin() + 1, args.end()));
-    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu|rail|board", "sim");
+    if (!args.empty() && args[0] == "mcu") return sim_mcu(opts, Args(args.begin() + 1, args.end()));
+    if (!args.empty() && args[0] == "fan") return sim_fan(opts, Args(args.begin() + 1, args.end()));
+    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu|rail|board|mcu|fan", "sim");
     if (args[0] == "reset") {
         std::string dir = bspsim::reset_persistent(opts.profile);
         if (opts.json) {
@@ -60,14 +64,17 @@ int run(const Options &opts, const Args &args)
         }
         return 0;
     }
-    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where|psu|rail|board)", "sim");
+    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where|psu|rail|board|mcu|fan)", "sim");
 }
 
-const Register reg({"sim", "manage the simulated board (reset, profiles, where, psu, rail, board)",
+const Register reg({"sim", "manage the simulated board (reset, profiles, where, psu, rail, board, mcu, fan)",
                     "usage: bspctl [-p PROFILE] [--json] sim reset|profiles|where\n"
                     "       bspctl [-p PROFILE] [--json] sim psu N present|absent|alarm|ok|fail|glitch [COUNT]\n"
                     "       bspctl [-p PROFILE] [--json] sim rail REG BIT 0|1|free\n"
                     "       bspctl [-p PROFILE] [--json] sim board add|remove SLOT\n"
+                    "       bspctl [-p PROFILE] [--json] sim mcu bad-pec [N]|missing|present|show\n"
+                    "       bspctl [-p PROFILE] [--json] sim fan N present|absent|speed LEVEL|fault|alarm|ok\n"
+                    "       bspctl [-p PROFILE] [--json] sim fan mode auto|manual\n"
                     "  reset     restore the board of PROFILE (or of BSPSIM_INSTANCE) from its profile\n"
                     "  profiles  list the shipped board profiles\n"
                     "  where     print the directory of the simulated board\n"
@@ -75,7 +82,11 @@ const Register reg({"sim", "manage the simulated board (reset, profiles, where, 
                     "            alarm) or ok again, or make its next COUNT (1) reads show an invalid code\n"
                     "  rail      hold a rail or front power bit of the board at 0 or 1, or let it go\n"
                     "  board     put a controller board into SLOT (0 to 3) or take it out; one taken\n"
-                    "            out is master no more\n",
+                    "            out is master no more\n"
+                    "  mcu       the fan-board MCU answers its next N (1) reads with a wrong PEC, is\n"
+                    "            taken out of the framework or put back; show lists its commands\n"
+                    "  fan       put fan N (from 1) in or take it out, set its speed level, fail a\n"
+                    "            rotor, raise its speed alarm or clear both; or the fans' mode\n",
                     run});
 
 }  // namespace

@@ -30,7 +30,9 @@ typedef struct _GVariant GVariant;
     X(psu)               \
     X(board_power)       \
     X(slots)             \
-    X(mastership)
+    X(mastership)        \
+    X(fan_mcu)           \
+    X(fans)
 
 namespace bspsim::detail {
 
