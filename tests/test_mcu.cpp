@@ -8,6 +8,7 @@
 
 #include "bspsim/fan_mcu.hpp"
 #include "bspsim/fans.hpp"
+#include "platform/dfl.h"
 #include "platform/vos.h"
 #include "test_helpers.h"
 
@@ -74,12 +75,18 @@ TEST_F(Mcu, TalksToTheMcu)
     EXPECT_EQ(set(0x10, {0x40, 0x41}), 0);
     EXPECT_EQ(m.data(0x10), (Bytes{0x40, 0x41, 20, 20}));
     EXPECT_EQ(set(0x01, {9}), -1) << "read-only";
+    // The MCU checks what it is sent.
+    const uint8_t bad[] = {0x55, static_cast<uint8_t>(bspsim::smbus_pec({0x26, 0x10, 0x55}) ^ 1)};
+    EXPECT_EQ(log_line(), "0:Send message to mcu failed. Ret(-4), Cmd(0x1)");
+    forget();
+    EXPECT_EQ(dfl_block_write(h, "McuBlock", 0x10, 2, bad), bspsim::kDflBadValue);
+    EXPECT_EQ(tr(), "dfl_block_write FanBoardMcu.McuBlock@16+2!-4 mcu refused 10 bad-pec");
     m.bad_pec(1);
-    EXPECT_EQ(bsptest::joined({std::to_string(get(1, 4)), std::to_string(get(1, 4)), std::to_string(m.refused_writes())}), "3, 0, 3");
+    EXPECT_EQ(bsptest::joined({std::to_string(get(1, 4)), std::to_string(get(1, 4)), std::to_string(m.refused_writes())}), "3, 0, 4");
     // An MCU taken out of the framework: its handle goes stale.
     m.set_present(false);
     EXPECT_EQ(bsptest::joined({std::to_string(get(1, 4)), std::to_string(set(0x30, {1})), bspsim::FanMcu().object()}), "2, -1, ");
-    EXPECT_EQ(log_line(), "0:Send message to mcu failed. Ret(-4), Cmd(0x1) | 0:Communicate to mcu failed. Ret(-2), Cmd(0x1)");
+    EXPECT_EQ(log_line(), "0:Communicate to mcu failed. Ret(-2), Cmd(0x1)");
 }
 
 // Lengths: reads 1..1024, writes 0..1026; refusals touch nothing.

@@ -29,8 +29,6 @@ public:
     std::string object() const;
     std::string property() const;
     std::vector<McuCommand> commands() const;
-    // The command named `name` ("mode", "version", ...); throws Error when there is none.
-    McuCommand command(const std::string &name) const;
     // A command's data bytes; throws Error for an unknown code or too many bytes.
     std::vector<uint8_t> data(uint8_t code) const;
     FanMcu &set_data(uint8_t code, const std::vector<uint8_t> &bytes);

@@ -253,14 +253,6 @@ std::vector<McuCommand> FanMcu::commands() const
     return out;
 }
 
-McuCommand FanMcu::command(const std::string &name) const
-{
-    for (const McuCommand &c : commands()) {
-        if (c.name == name) return c;
-    }
-    throw Error("the fan-board MCU has no command named " + name);
-}
-
 std::vector<uint8_t> FanMcu::data(uint8_t code) const
 {
     Lock lock;
