@@ -127,6 +127,7 @@ int sim_fan(const Options &opts, const Args &args)
     const std::optional<uint64_t> n = parse_number(args[0], 255);
     if (!n) return usage_error("sim fan: bad fan number '" + args[0] + "'", "sim");
     const uint32_t count = bspsim::fan_count();
+    if (count == 0) return fail("this board has no fans");
     if (*n == 0 || *n > count) return fail("no fan " + args[0] + ": this board has " + std::to_string(count) + " (1 to " + std::to_string(count) + ")");
     bspsim::Fan fan(static_cast<uint32_t>(*n - 1));
     const std::string &what = args[1];

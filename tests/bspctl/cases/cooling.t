@@ -59,6 +59,9 @@ bspctl cooling and bspctl sim fan: the fans the framework shows and the board's 
   $ bspctl -p exp-2u --json cooling
   {"error": "cannot decide the cooling state (status 0xffffffff; -v shows why)"}
   [1]
+  $ bspctl -p exp-2u sim fan 1 absent
+  2> bspctl: this board has no fans
+  [1]
 
 ## usage-errors
   $ bspctl cooling now
