@@ -229,7 +229,8 @@ std::string serial_validity(B &b)
     return out + " " + std::to_string(BSP_CpldSerialDataValidityCheck(3));
 }
 
-// Factory mode is bit 0 of 0x56; the SMM keeps it in the fan-board MCU, which reports nothing.
+// Factory mode is bit 0 of 0x56; the SMM keeps it as its fan-board MCU's mode, whose query
+// reports nothing.
 std::string equip(B &b)
 {
     const uint32_t get = BSP_GetEquipMode(g);
@@ -259,7 +260,8 @@ const CallCase kUsers[] = {
             "0:Read cpld addr(0x1ac) bit(3) failed(-1)"},
     {.name = "EquipModeLocalBus", .regs = {{0x56, 0x81}}, .call = equip, .out = "ok 01 80",
      .trace = "rd 56&01=1 wr 56&01=0"},
-    {.name = "EquipModeSmmUsesTheMcu", .profile = "smm", .regs = {{0x56, 0x81}}, .call = equip, .out = "81"},
+    {.name = "EquipModeSmmUsesTheMcu", .profile = "smm", .regs = {{0x56, 0x81}}, .call = equip, .out = "81",
+     .log = "2:BmcInfo get property McuMode, value 0 succeed. | 2:BmcInfo set property McuMode value 0 succeed."},
 };
 
 BSP_CASES(Users, CpldCall, kUsers);

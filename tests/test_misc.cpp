@@ -61,17 +61,6 @@ TEST_P(SyncLog2Flash, EachFileOnItsOwn)
 
 BSP_CASES(Misc, SyncLog2Flash, kFlushes);
 
-using Interim = bsptest::SimTest;
-
-TEST_F(Interim, FailAndTouchNothing)
-{
-    uint8_t mode = 0x78;
-    EXPECT_EQ(BSP_SetSmmMcuMode(1), -1);
-    BSP_GetSmmMcuMode(&mode);
-    EXPECT_EQ(bsptest::hex(mode), "0x78");
-    EXPECT_EQ(tr() + log_line(), "");
-}
-
 using bsptest::CallCase, bsptest::Fault, bsptest::res;
 using B = bspsim::Board;
 const std::string kNoSlotType =

@@ -13,6 +13,8 @@ int sim_board(const Options &opts, const Args &args);  // cmd_master.cpp
 int sim_straps(const Options &opts, const Args &args);  // cmd_chips.cpp
 int sim_clock(const Options &opts, const Args &args);   // cmd_clocks.cpp
 int sim_m3(const Options &opts, const Args &args);     // cmd_m3.cpp
+int sim_mcu(const Options &opts, const Args &args);    // cmd_mcu.cpp
+int sim_fan(const Options &opts, const Args &args);    // cmd_cooling.cpp
 
 namespace {
 
@@ -38,7 +40,9 @@ int run(const Options &opts, const Args &args)
     if (!args.empty() && args[0] == "straps") return sim_straps(opts, Args(args.begin() + 1, args.end()));
     if (!args.empty() && args[0] == "clock") return sim_clock(opts, Args(args.begin() + 1, args.end()));
     if (!args.empty() && args[0] == "m3") return sim_m3(opts, Args(args.begin() + 1, args.end()));
-    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu|rail|board", "sim");
+    if (!args.empty() && args[0] == "mcu") return sim_mcu(opts, Args(args.begin() + 1, args.end()));
+    if (!args.empty() && args[0] == "fan") return sim_fan(opts, Args(args.begin() + 1, args.end()));
+    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu|rail|board|mcu|fan", "sim");
     if (args[0] == "reset") {
         std::string dir = bspsim::reset_persistent(opts.profile);
         if (opts.json) {
@@ -66,10 +70,10 @@ int run(const Options &opts, const Args &args)
         }
         return 0;
     }
-    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where|psu|rail|board)", "sim");
+    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where|psu|rail|board|mcu|fan)", "sim");
 }
 
-const Register reg({"sim", "manage the simulated board (reset, profiles, where, psu, rail, board)",
+const Register reg({"sim", "manage the simulated board (reset, profiles, where, psu, rail, board, mcu, fan)",
                     "usage: bspctl [-p PROFILE] [--json] sim reset|profiles|where\n"
                     "       bspctl [-p PROFILE] [--json] sim psu N present|absent|alarm|ok|fail|glitch [COUNT]\n"
                     "       bspctl [-p PROFILE] [--json] sim rail REG BIT 0|1|free\n"
@@ -77,6 +81,9 @@ const Register reg({"sim", "manage the simulated board (reset, profiles, where, 
                     "       bspctl [-p PROFILE] [--json] sim straps VALUE\n"
                     "       bspctl [-p PROFILE] [--json] sim clock REG BIT lost|ok\n"
                     "       bspctl [-p PROFILE] [--json] sim m3 [code CODE|short N|long N|crc|type|fail [COUNT]|clear]\n"
+                    "       bspctl [-p PROFILE] [--json] sim mcu bad-pec [N]|missing|present|show\n"
+                    "       bspctl [-p PROFILE] [--json] sim fan N present|absent|speed LEVEL|fault|alarm|ok\n"
+                    "       bspctl [-p PROFILE] [--json] sim fan mode auto|manual\n"
                     "  reset     restore the board of PROFILE (or of BSPSIM_INSTANCE) from its profile\n"
                     "  profiles  list the shipped board profiles\n"
                     "  where     print the directory of the simulated board\n"
@@ -89,7 +96,11 @@ const Register reg({"sim", "manage the simulated board (reset, profiles, where, 
                     "  clock     stop the clock of bit BIT of clock-status register REG, or run it again\n"
                     "  m3        the secure core's state; or its next COUNT (1) answers carry response\n"
                     "            code CODE, are N bytes short or long, have a bad CRC or type byte, or\n"
-                    "            the calls fail outright; clear drops the answer faults\n",
+                    "            the calls fail outright; clear drops the answer faults\n"
+                    "  mcu       the fan-board MCU answers its next N (1) reads with a wrong PEC, is\n"
+                    "            taken out of the framework or put back; show lists its commands\n"
+                    "  fan       put fan N (from 1) in or take it out, set its speed level, fail a\n"
+                    "            rotor, raise its speed alarm or clear both; or the fans' mode\n",
                     run});
 
 }  // namespace

@@ -977,10 +977,50 @@ BSP_API void BSP_RecordWwnLog(const uint8_t *written, uint32_t wlen, const uint8
 
 /* ==================================================== fan-board MCU and cooling state */
 
-/* Factory mode kept by the SMM's fan-board MCU. Not built yet: leaves `*mode` as it was. */
+/**
+ * Reads `len` bytes (1 to 1024) of command `cmd` from the fan-board MCU behind the block
+ * property `name` of chip object `handle`, and checks the PEC byte that follows them (CRC-8
+ * over 0x26, cmd, 0x27 and the data). Failed transfers are tried 3 times, 200 ms apart; a good
+ * one is followed by 100 ms of settling time.
+ * Returns 0 with the data in `out` (`len` bytes, caller-owned); 2 when every transfer failed;
+ * 3 on a PEC mismatch (`out` untouched; a burst of mismatches logs at most 10 lines an hour)
+ * or when no working buffer could be had; 4 for a null `out` or `name`, a `len` out of range,
+ * or no receive buffer. A failing link is logged once until a read succeeds again.
+ */
+BSP_API int32_t BSP_GetDataFromMCU(OBJ_HANDLE handle, const char *name, uint8_t cmd, uint8_t *out, uint32_t len);
+/**
+ * Sends `len` bytes (0 to 1026) of `data` as command `cmd` to the fan-board MCU behind the block
+ * property `name` of chip object `handle`, followed by their PEC byte (CRC-8 over 0x26, cmd and
+ * the data); `data` may be null when `len` is 0. Tried 3 times, 200 ms apart; a good transfer
+ * is followed by 100 ms of settling time. Returns 0 when the MCU took the block, -1 when the
+ * arguments are refused or every transfer failed (logged once until a write succeeds again).
+ */
+BSP_API int32_t BSP_SetDataToMCU(OBJ_HANDLE handle, const char *name, uint8_t cmd, const uint8_t *data, uint32_t len);
+/**
+ * The SMM's MCU mode (factory mode): byte property "McuMode" of object "BmcInfo", into `*mode`.
+ * Reports no status: a null `mode`, a missing object or a failed read is logged and leaves
+ * `*mode` as it was.
+ */
 BSP_API void BSP_GetSmmMcuMode(uint8_t *mode);
-/* Not built yet: fails with -1 without touching anything. */
+/**
+ * Sets the SMM's MCU mode: byte property "McuMode" of object "BmcInfo" to `mode`. Returns 0, or
+ * the framework's code when the object cannot be found or the property not set.
+ */
 BSP_API int32_t BSP_SetSmmMcuMode(uint8_t mode);
+/**
+ * The ear (side module) presence bit, bit 0 of CPLD register 0x25, into `*state`. Returns 0;
+ * -1 for a null `state` or when the register cannot be read (logged).
+ */
+BSP_API int32_t BSP_GetEarOnlineStates(uint8_t *state);
+/**
+ * Whether the board may rely on its fans, into `*state`: 1 when the fan controller
+ * ("FanCtrlObj") is in manual mode, or when a present fan (class "Fan") reports no faults
+ * (outputs 4 and 5 of "GetFanInfo" both 0) at a speed level (output 1) below 24; else 0.
+ * A fan whose methods fail is skipped (logged). Returns 0; -1 for a null `state` or when the
+ * fan controller or its mode cannot be read; the framework's code when the fan list cannot be
+ * had. `*state` is 0 on every failure past the null check.
+ */
+BSP_API int32_t BSP_GetBoardCoolingState(uint8_t *state);
 
 /* ============================================================= secure-core messages */
 

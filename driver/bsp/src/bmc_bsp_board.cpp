@@ -1,7 +1,8 @@
 // Board identity: the board id from /dev/sys_info, the board-type predicates, the board table
 // that maps (board id, slot) to a board type, and the board-type GPIO pins; none of that
 // touches the CPLD. At the end: presence and status of the boards of the enclosure, read
-// from the CPLD and /dev/sys_info.
+// from the CPLD and /dev/sys_info; the master/slave arbitration; and the cooling state, from
+// the framework's fan objects.
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -16,6 +17,7 @@
 #include "core/sem_guard.h"
 #include "core/status.h"
 #include "core/sysinfo.h"
+#include "platform/dfl.h"
 #include "platform/gpio.h"
 #include "platform/securec.h"
 #include "platform/vos.h"
@@ -697,6 +699,103 @@ uint32_t BSP_GetBoardMasterOrSlaveState(uint32_t *role)
     g_last_role.store(found, std::memory_order_relaxed);
     BSP_DetectWhetherHasMoreThanOneMos();
     return kOk;
+}
+
+}  // extern "C"
+
+// =============================================================== cooling state
+//
+// Whether the board may rely on its fans: the fan controller's mode, and what each fan object
+// of the framework reports about itself.
+
+namespace {
+
+constexpr uint8_t kFanModeManual = 1;
+constexpr uint8_t kFanPresent = 1;
+// "GetPst" output 0 is the presence; "GetFanInfo" output 1 the speed level, 4 and 5 the fault
+// flags. A fan without faults running below level 24 is one the board may rely on.
+constexpr std::array<uint32_t, 1> kPresenceOutputs = {0};
+constexpr std::array<uint32_t, 3> kFanInfoOutputs = {1, 4, 5};
+constexpr uint8_t kReliedLevelBelow = 24;
+
+// Calls `method` of `fan` and takes the bytes of outputs `which` into `bytes`. Returns 0, the
+// framework's code, or -1 when an output is missing or not a byte; the outputs are released on
+// every path.
+template <size_t N>
+int32_t fan_bytes(OBJ_HANDLE fan, const char *method, const std::array<uint32_t, N> &which, std::array<uint8_t, N> &bytes)
+{
+    GSList *outputs = nullptr;
+    int32_t rc = dfl_call_class_method(fan, method, nullptr, nullptr, &outputs);
+    for (size_t i = 0; rc == 0 && i < N; ++i) {
+        auto *v = static_cast<GVariant *>(g_slist_nth_data(outputs, which[i]));
+        if (v == nullptr || !g_variant_is_of_type(v, G_VARIANT_TYPE_BYTE)) {
+            rc = bsp::kErrS;
+        } else {
+            bytes[i] = g_variant_get_byte(v);
+        }
+    }
+    uip_free_gvariant_list(outputs);
+    return rc;
+}
+
+// A fan that does not answer is skipped, so one broken fan object does not hide the others.
+bool fan_relied_on(OBJ_HANDLE fan)
+{
+    std::array<uint8_t, 1> presence{};
+    if (int32_t rc = fan_bytes(fan, "GetPst", kPresenceOutputs, presence); rc != 0) {
+        BSP_LOG(kLogError, "BMC get fan present failed(%d)", rc);
+        return false;
+    }
+    if (presence[0] != kFanPresent) {
+        const char *name = dfl_get_object_name(fan);
+        BSP_LOG(bsp::kLogNotice, "The %s is not present.", name != nullptr ? name : "(null)");
+        return false;
+    }
+    std::array<uint8_t, 3> info{};
+    if (int32_t rc = fan_bytes(fan, "GetFanInfo", kFanInfoOutputs, info); rc != 0) {
+        BSP_LOG(kLogError, "BMC get fan info failed(%d)", rc);
+        return false;
+    }
+    return info[1] == 0 && info[2] == 0 && info[0] < kReliedLevelBelow;
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t BSP_GetBoardCoolingState(uint8_t *state)
+{
+    if (state == nullptr) return bsp::kErrS;
+    *state = 0;
+    OBJ_HANDLE ctrl = 0;
+    if (dfl_get_object_handle("FanCtrlObj", &ctrl) != 0) {
+        BSP_LOG(kLogError, "Get fan ctrl object handle failed.");
+        return bsp::kErrS;
+    }
+    uint8_t mode = 0;
+    if (dfl_get_property_ubyte(ctrl, "Mode", &mode) != 0) {
+        BSP_LOG(kLogError, "Get fan workmode failed.");
+        return bsp::kErrS;
+    }
+    // Fans an operator drives by hand are the operator's to watch.
+    if (mode == kFanModeManual) {
+        *state = 1;
+        BSP_LOG(bsp::kLogNotice, "Fan work mode is Manu Mode");
+        return bsp::kOkS;
+    }
+    GSList *fans = nullptr;
+    if (int32_t rc = dfl_get_object_list("Fan", &fans); rc != 0) {
+        BSP_LOG(kLogError, "BMC get fan list failed(%d)", rc);
+        return rc;
+    }
+    for (GSList *l = fans; l != nullptr; l = l->next) {
+        if (fan_relied_on(static_cast<OBJ_HANDLE>(reinterpret_cast<uintptr_t>(l->data)))) {
+            *state = 1;
+            break;
+        }
+    }
+    g_slist_free(fans);
+    return bsp::kOkS;
 }
 
 }  // extern "C"

@@ -1,5 +1,6 @@
 // Miscellaneous board services: flushing the log files, the shell-command runner, the IPMI
-// message data accessor, the microsecond delay entry point and the SSD online bits.
+// message data accessor, the microsecond delay entry point, the SSD online bits and the ear
+// (side module) presence bit.
 #include <signal.h>
 #include <unistd.h>
 
@@ -35,6 +36,9 @@ constexpr uint32_t kIpmiMsgNull = 255;
 constexpr uint32_t kSsdRecordReg = 0x1B4;
 constexpr uint32_t kSsdPresenceReg = 0x250;
 constexpr uint32_t kSsdsPerReg = 8;
+
+// Bit 0: the ear (side module) is in.
+constexpr uint32_t kEarOnlineReg = 0x25;
 
 // The board type is only asked to know the board can be told apart; its value is not used.
 bool board_type_known()
@@ -126,6 +130,17 @@ int32_t BSP_SetSSDOnlineStates(uint8_t ssd, uint8_t value)
 {
     if (!board_type_known()) return bsp::kErrS;
     return static_cast<int32_t>(BSP_WriteCpldBit(kSsdRecordReg + ssd / kSsdsPerReg, ssd % kSsdsPerReg, value));
+}
+
+int32_t BSP_GetEarOnlineStates(uint8_t *state)
+{
+    if (state == nullptr) return bsp::kErrS;
+    // Only an outright failure counts; any other status of the read is taken as success.
+    if (const uint32_t rc = BSP_ReadCpldBit(kEarOnlineReg, 0, state); rc == bsp::kErr) {
+        BSP_LOG(bsp::kLogError, "Get ear online state failed(%d)", static_cast<int32_t>(rc));
+        return bsp::kErrS;
+    }
+    return bsp::kOkS;
 }
 
 }  // extern "C"

@@ -32,7 +32,9 @@ typedef struct _GVariant GVariant;
     X(clocks)            \
     X(slots)             \
     X(mastership)        \
-    X(secure_core)
+    X(secure_core)       \
+    X(fan_mcu)           \
+    X(fans)
 
 namespace bspsim::detail {
 

@@ -87,6 +87,7 @@ An empty name is refused before any board is looked for, so nothing in the home 
   commands:
     chips      clock generator, CPLD and voltage regulator fitted, from the straps
     clocks     clock-status registers and the clock verdict
+    cooling    fan mode, fans and the board's cooling state
     cpld       read and write CPLD registers
     crc32      checksum of a file, as cksum prints it
     frame      show the enclosure: frame type, disks, model, configuration, IO cards
@@ -94,11 +95,12 @@ An empty name is refused before any board is looked for, so nothing in the home 
     m3         the secure core: secure boot, upgrade, BIOS mux and verification
     mac        the enclosure MAC address, from its WWN
     master     this board's role; grab or give up mastership
+    mcu        fan-board MCU blocks (read, write) and the SMM's MCU mode
     pcie       enable the PCIe cores or hold them off
     power      show the board's power, or press the soft power button
     psu        power supplies and backup battery (table, watch)
     ram        dump and write the CPLD RAM
-    sim        manage the simulated board (reset, profiles, where, psu, rail, board)
+    sim        manage the simulated board (reset, profiles, where, psu, rail, board, mcu, fan)
     slot       this board's slot, the opposite slot and the master's slot
     ssd        list, read or record the SSD online bits
     status     report what board this is
