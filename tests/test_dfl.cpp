@@ -2,18 +2,26 @@
 // (the framework's code or -1, per wrapper), the value written or left alone, the exact log
 // lines, the option word the framework got, and that every value handed over is released.
 #include <glib.h>
+#include <openssl/crypto.h>
+#include <pthread.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <regex>
+#include <thread>
 
 #include "bmc_bsp.h"
+#include "bspsim/keys.hpp"
 #include "test_helpers.h"
 
 namespace {
 
 using bspsim::Op;
 using B = bspsim::Board;
+using bsptest::Fault;
 using bsptest::PrintTo;
 using Call = std::function<std::string(B &, OBJ_HANDLE)>;
 
@@ -266,6 +274,179 @@ const DflCase kTextsAndArrays[] = {
 };
 
 BSP_CASES(TextsAndArrays, Dfl, kTextsAndArrays);
+
+/* ======================================================= files, key material and crypto */
+
+// Renders a status, then what else the caller sees once the call is made, e.g. "0 0123".
+std::string st(int32_t rc, const std::function<std::string()> &then = nullptr)
+{
+    return std::to_string(rc) + (then ? " " + then() : "");
+}
+
+class Files : public bsptest::SimTest {
+protected:
+    // Paths in the board's directory (new for every test), which the log shows as D.
+    std::string dir() const { return std::filesystem::canonical(sim().dir()).string(); }
+    std::string path(const char *name) const { return dir() + name; }
+    std::string log() const
+    {
+        std::string out = std::regex_replace(log_line(), std::regex("/{64,}"), "/...");
+        for (size_t at; (at = out.find(dir())) != std::string::npos;) out.replace(at, dir().size(), "D");
+        return out;
+    }
+};
+
+// Paths resolve through ".." and links; a short file, a missing or over-long path (4096
+// slashes still resolve to "/") and a file the platform calls inaccessible fail with their
+// lines and leave the file as it was; "w+" truncates; a full medium shows at the flush.
+TEST_F(Files, ReadAndWriteWhole)
+{
+    bsptest::write_file(path("/f"), "0123456789");
+    std::filesystem::create_directory(path("/sub"));
+    std::filesystem::create_symlink(path("/f"), path("/ln"));
+    char b[16] = {};
+    const std::string longest(4096, '/'), too_long = longest + "/", via = path("/sub/../ln");
+    const auto read = [&](const std::string &p, size_t n) { return st(dal_read_file(p.c_str(), b, n), [&] { return std::string(b, 4); }); };
+    const auto write = [&](const std::string &p) {
+        return st(dal_write_file(p.c_str(), "ab", 2), [&] { return bsptest::read_file(path("/f")) + (access(path("/no").c_str(), F_OK) ? "" : " made"); });
+    };
+    EXPECT_EQ(bsptest::joined({read(via, 4), read(via, 11), read(too_long, 1), read(longest, 1), st(dal_read_file(nullptr, b, 1)),
+                               read(path("/sub"), 1), write(path("/no")), write(too_long), write(path("/sub")),
+                               (bsptest::write_file(path("/f"), "0123456789"), write(via)),
+                               (sim().fail(Op::FileAccessible, 1, 0), write(path("/f"))), write("/dev/full")}),
+              "0 0123, -1 0123, -1 0123, -1 0123, -1, -1 0123, -1 0123456789, -1 0123456789, -1 0123456789, 0 ab, -1 ab, "
+              "-1 ab");
+    EXPECT_EQ(log(), "0:read file D/f to buffer failed. ret=0. | 0:/... | 0:read file / to buffer failed. ret=0. | "
+              "0:(null) file path error. | 0:read file D/sub to buffer failed. ret=0. | 0:file path error,error no is 2 | "
+              "0:file path error,error no is 36 | 0:Open file D/sub failed. | 0:dal_write_file: file path not exits. | "
+              "0:sync file /dev/full failed,error no is 28");
+}
+
+// Null identifiers are not accessible, without asking the file manager.
+TEST_F(Files, FileManagerAccessibility)
+{
+    const auto asked = [&] { return std::to_string(count(Op::FmGetFilePath)); };  // after the call
+    EXPECT_EQ(bsptest::joined({st(dal_get_fm_file_accessible(nullptr, "b", 1), asked),
+                               st(dal_get_fm_file_accessible("a", nullptr, 1), asked),
+                               st(dal_get_fm_file_accessible("cfg", "key", 2), asked),
+                               (bspsim::fm_file(sim(), "cfg", "key", 2, true), st(dal_get_fm_file_accessible("cfg", "key", 2)))}),
+              "0 0, 0 0, 0 1, 1");
+}
+
+class Keys : public bsptest::SimTest {
+protected:
+    // Every line captured (both logs) must be free of key material: any 4 bytes of the
+    // component or 6 characters of the work key, as text or as hex in either case, with or
+    // without separators.
+    void TearDown() override
+    {
+        std::vector<std::string> needles;
+        const auto add_windows = [&](const std::string &s, size_t w) {
+            for (size_t i = 0; i + w <= s.size(); ++i) needles.push_back(s.substr(i, w));
+        };
+        add_windows(key_, 6);
+        add_windows(std::string(comp_.begin(), comp_.end()), 4);
+        for (const char *sep : {"", " ", ":", "-", ", ", " 0x", ", 0x"})
+            for (const char *f : {"%02x", "%02X"}) {
+                std::string hex, one(3, '\0');
+                for (char c : key_ + std::string(comp_.begin(), comp_.end()))
+                    hex += (hex.empty() ? "" : sep) + std::string(one.data(), std::snprintf(one.data(), 3, f, uint8_t(c)));
+                add_windows(hex, 8 + 3 * std::strlen(sep));
+            }
+        for (const auto &l : sim().logs())
+            for (const auto &n : needles) EXPECT_EQ(l.text.find(n), std::string::npos) << l.text << " shows " << n;
+        EXPECT_FALSE(sim().logs().empty());
+        bsptest::SimTest::TearDown();
+    }
+    std::vector<uint8_t> comp_ = {};
+    std::string key_ = "";
+};
+
+// 32 bytes go into 32, not 16; each framework step's failure is -1 with its line.
+TEST_F(Keys, Component)
+{
+    for (int i = 0; i < 32; ++i) comp_.push_back(static_cast<uint8_t>(0xA0 ^ (i * 37)));
+    bspsim::set_key_component(sim(), comp_);
+    uint8_t b[32] = {};
+    const auto get = [&](int32_t size, const char *object = "EncryptKey") {
+        return st(dal_get_encryptkey_component(object, "Component", b, size));
+    };
+    const auto same = [&] { return std::string(std::memcmp(b, comp_.data(), 32) == 0 ? "same" : "differs"); };
+    EXPECT_EQ(bsptest::joined({get(16), st(dal_get_encryptkey_component("EncryptKey", "Component", b, 32), same),
+                               get(-1), get(32, nullptr), st(dal_get_encryptkey_component("EncryptKey", "WorkKey", b, 32)),
+                               (sim().fail(Op::DflGetHandle, 1, 7), get(32)), (sim().fail(Op::DflGetProp, 1, 8), get(32)),
+                               (sim().fail(Op::MemmoveS, 1, 9), get(32))}),
+              "-1, 0 same, -1, -1, -1, -1, -1, -1");
+    EXPECT_EQ(log_line(), "0:invalid input para: 16 < 32. | 0:invalid input para: -1 < 32. | "
+              "0:invalid input para: 32 < 0. | 0:Get EncryptKey object handle failed, ret = 7. | "
+              "0:Get EncryptKey component failed, ret = 8. | 0:memmove_s fail, ret = 9\n");
+}
+
+// Cut at 97 characters, refused when `size` is too small; the 98-byte working copy is wiped
+// with zeros after every read, whatever the copy did.
+TEST_F(Keys, WorkKey)
+{
+    for (int i = 0; i < 100; ++i) key_ += static_cast<char>('!' + (i * 7) % 90);
+    bspsim::set_work_key(sim(), key_);
+    bspsim::record_quiet(Op::MemsetS);
+    char b[128];
+    const auto get = [&](int32_t size) {
+        std::fill(std::begin(b), std::end(b), 'x');
+        return st(dal_get_encryptkey_workkey("EncryptKey", "WorkKey", b, size), [&] {
+            return std::to_string(strnlen(b, sizeof b)) + (key_.compare(0, strnlen(b, 97), b, strnlen(b, 97)) ? " other" : "");
+        });
+    };
+    EXPECT_EQ(bsptest::joined({get(128), get(97), get(-5),
+                               (sim().fail(Op::DflGetHandle, 1, 3), get(128)), (sim().fail(Op::DalGetString, 1, 4), get(128))}),
+              "0 97, -1 0, -1 128 other, -1 128 other, -1 128 other");
+    EXPECT_EQ(tr({Op::DalGetString, Op::MemsetS}), bsptest::times(3, "dal_get_string EncryptKey.WorkKey memset_s 98/98=0") +
+              " dal_get_string EncryptKey.WorkKey!4 memset_s 98/98=0");
+    EXPECT_EQ(log_line(), "0:strncpy_s fail, ret = 34\n | 0:strncpy_s fail, ret = 22\n | "
+              "0:Get EncryptKey object handle failed, ret = 3!\n | 0:Get EncryptKey workkey failed, ret = 4!\n");
+}
+
+TEST_F(Files, ThreadIdIsPthreadSelf)
+{
+    unsigned long other = 0, other_self = 0;
+    std::thread([&] { other = dal_get_self_thread_id(), other_self = pthread_self(); }).join();
+    EXPECT_EQ(dal_get_self_thread_id(), static_cast<unsigned long>(pthread_self()));
+    EXPECT_EQ(other, other_self);
+    EXPECT_NE(other, dal_get_self_thread_id());
+}
+
+// OpenSSL starts once: a second call creates no second lock, even after a failed start.
+void *refuse_library_allocations(size_t n, const char *file, int)
+{
+    return file != nullptr && std::strstr(file, "bmc_bsp_dfl") ? nullptr : std::malloc(n);
+}
+void *reallocate(void *p, size_t n, const char *, int) { return std::realloc(p, n); }
+void release(void *p, const char *, int) { std::free(p); }
+
+struct OpensslCase {
+    const char *name;
+    Fault fault;
+    bool refuse_lock_array;
+    std::string trace, log;
+};
+class Openssl : public bsptest::SimTestWithParam<OpensslCase> {};
+TEST_P(Openssl, StartsOnce)
+{
+    const OpensslCase &c = GetParam();
+    if (c.refuse_lock_array) ASSERT_EQ(CRYPTO_set_mem_functions(refuse_library_allocations, reallocate, release), 1);
+    if (c.fault.op != Op::None) sim().fail(c.fault.op, c.fault.count, c.fault.code);
+    dal_init_openssl();
+    dal_init_openssl();
+    EXPECT_EQ(tr({Op::TaskMutexCreate}), c.trace);
+    EXPECT_EQ(log_line(), c.log);
+}
+const OpensslCase kOpenssl[] = {
+    {.name = "Once", .fault = {}, .refuse_lock_array = false, .trace = "task_mutex openssl_lock0", .log = ""},
+    {.name = "LockNameFails", .fault = {.op = Op::SnprintfS}, .refuse_lock_array = false, .trace = "task_mutex",
+     .log = "0:Error: copy openssl_lock failed."},
+    {.name = "LockArrayRefused", .fault = {}, .refuse_lock_array = true, .trace = "",
+     .log = "0:OPENSSL_malloc mOpensslLockCs failed."},
+};
+BSP_CASES(Openssl, Openssl, kOpenssl);
 
 // The leak check of the sanitized build only sees GLib's allocations when GLib allocates
 // with malloc; with its slice allocator a leaked value stays reachable and passes unseen.
