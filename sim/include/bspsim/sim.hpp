@@ -87,7 +87,7 @@ public:
     X(BoardPower, "board_power")        /* name = what moved the board's power, b = pulse width in ms */ \
     /* Files, keys and the host's commands. */                                                \
     X(FmGetFilePath, "fm_get_file_path") /* a = third identifier, name = "A/B" */              \
-    X(Popen, "popen")                   /* name = the command (its start), result = errno of a failed start */
+    X(Popen, "popen")                   /* name = the command (its start), result = -errno of a failed start */
 
 enum class Op : uint32_t {
 #define BSPSIM_OP_ENUM(id, name) id,

@@ -48,19 +48,20 @@ BSPSIM_API FILE *popen(const char *command, const char *mode)
     using PopenFn = FILE *(*)(const char *, const char *);
     static PopenFn fn = reinterpret_cast<PopenFn>(dlsym(RTLD_NEXT, "popen"));
     FILE *f = nullptr;
-    int32_t rc = 0;
+    int failure = EINVAL;  // of a refused call
     {
         Call call(Op::Popen, kAnyKey, {.name = command ? command : ""});
-        rc = call.run(command && mode && fn, [&] {
+        const int32_t rc = call.run(command && mode && fn, [&] {
             // Started without the instance lock: the command may itself be a program on the board.
             call.unlock();
             f = fn(command, mode);
-            const int32_t why = f ? 0 : errno;
+            failure = errno;
             call.relock();
-            return why;
-        }, EINVAL);
+            return f ? 0 : -failure;
+        });
+        // A start made to fail looks like the C library's: no stream, and errno says why.
+        if (call.injected) failure = rc > 0 ? rc : EAGAIN;
     }
-    // A start made to fail looks like the C library's: no stream, and errno says why.
-    if (!f) errno = rc > 0 ? rc : EAGAIN;
+    if (!f) errno = failure;
     return f;
 }

@@ -1,0 +1,193 @@
+// The internal network's UDP channel on a real link. A test makes its own network namespace
+// (every test runs in its own process, and the namespace dies with it) holding a veth pair:
+// "veth", the BMC's end, and "vpeer", which a forked child takes into a second namespace of its
+// own and receives on, so every datagram really crosses the link. Without the privilege to
+// make namespaces the tests skip and say why.
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sched.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <regex>
+#include <string>
+
+#include "bmc_bsp.h"
+#include "test_helpers.h"
+
+namespace {
+
+using bspsim::Op;
+
+constexpr uint16_t kPort = 5001;
+constexpr const char *kPipeline = "ifconfig veth|grep 'inet addr'|awk -F ':' '{print $2}'|awk '{print $1}'";
+
+bool ip(const std::string &args) { return std::system(("ip " + args + " >/dev/null 2>&1").c_str()) == 0; }
+
+size_t open_fds() { return static_cast<size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {})); }
+
+class Veth : public bsptest::SimTest {
+protected:
+    void SetUp() override
+    {
+        bsptest::SimTest::SetUp();
+        if (unshare(CLONE_NEWNET) != 0) GTEST_SKIP() << "cannot make a network namespace: " << std::strerror(errno);
+        ASSERT_TRUE(ip("link add veth type veth peer name vpeer")) << "ip cannot make a veth pair";
+    }
+    void TearDown() override
+    {
+        if (partner_ > 0) (void)waitpid(partner_, nullptr, 0);
+        bsptest::SimTest::TearDown();
+    }
+    static void address_veth() { ASSERT_TRUE(ip("addr add 192.168.1.2/24 dev veth") && ip("link set veth up")); }
+
+    // The partner: a child in a namespace of its own with vpeer as 192.168.1.1/24, receiving
+    // `count` datagrams on kPort. Each shows as "SENDER:PORT hex bytes" once it is done.
+    void start_partner(int count)
+    {
+        int up[2], down[2];
+        ASSERT_EQ(pipe(up) | pipe(down), 0);
+        partner_ = fork();
+        ASSERT_GE(partner_, 0);
+        if (partner_ == 0) {
+            char go = 0;
+            const bool own = unshare(CLONE_NEWNET) == 0 && write(up[1], "r", 1) == 1 && read(down[0], &go, 1) == 1;
+            const int s = own && ip("addr add 192.168.1.1/24 dev vpeer") && ip("link set vpeer up")
+                              ? socket(AF_INET, SOCK_DGRAM, 0) : -1;
+            sockaddr_in me = {.sin_family = AF_INET, .sin_port = htons(kPort), .sin_addr = {htonl(INADDR_ANY)}, .sin_zero = {}};
+            const timeval wait = {.tv_sec = 10, .tv_usec = 0};
+            if (s < 0 || bind(s, reinterpret_cast<sockaddr *>(&me), sizeof me) != 0 ||
+                setsockopt(s, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait) != 0 || write(up[1], "b", 1) != 1) _exit(1);
+            for (int i = 0; i < count; ++i) {
+                uint8_t buf[64];
+                sockaddr_in from = {};
+                socklen_t len = sizeof from;
+                const ssize_t n = recvfrom(s, buf, sizeof buf, 0, reinterpret_cast<sockaddr *>(&from), &len);
+                std::string line = (i ? " | " : "") + std::string(inet_ntoa(from.sin_addr)) + ":" + std::to_string(ntohs(from.sin_port));
+                for (ssize_t k = 0; k < n; ++k) line += " " + bsptest::hex(buf[k]);
+                if (write(up[1], line.data(), line.size()) < 0) _exit(1);
+            }
+            _exit(0);
+        }
+        close(up[1]);
+        close(down[0]);
+        up_ = up[0];
+        char c = 0;
+        ASSERT_TRUE(read(up_, &c, 1) == 1 && ip("link set vpeer netns " + std::to_string(partner_)) && write(down[1], "g", 1) == 1);
+        ASSERT_TRUE(read(up_, &c, 1) == 1 && c == 'b') << "the partner could not set up its end";
+        close(down[1]);
+        address_veth();
+        for (int i = 0; i < 50 && !ip("-o link show veth | grep -q LOWER_UP"); ++i) usleep(20000);
+    }
+    // What the partner received, once it is done.
+    std::string received()
+    {
+        std::string out;
+        char buf[512];
+        for (ssize_t n; (n = read(up_, buf, sizeof buf)) > 0;) out.append(buf, static_cast<size_t>(n));
+        close(up_);
+        return out;
+    }
+    // The shell pipelines started for the address: "ok" or the failure's code each.
+    std::string starts() const
+    {
+        std::string out;
+        for (const auto &e : events(Op::Popen))
+            out += (out.empty() ? "" : " ") + (std::string(kPipeline).rfind(e.name, 0) == 0 ? "" : e.name + "?") +
+                   (e.result == 0 ? "ok" : std::to_string(e.result));
+        return out;
+    }
+    pid_t partner_ = 0;
+    int up_ = -1;
+};
+
+// Our address 192.168.1.2 sends to 192.168.1.1 from the bound port, byte for byte; the info
+// type prints byte 1 then byte 0 without leading zeros; each send asks for the address afresh.
+TEST_F(Veth, SendsToThePartner)
+{
+    start_partner(2);
+    int fd = -1;
+    char own[16] = {};
+    const uint8_t first[] = {0x05, 0x00, 0xC3}, second[] = {0x0A, 0x01};
+    ASSERT_EQ(BSP_CreateVethSocket(kPort, &fd), 0);
+    // The partner leaves once it has both datagrams, and the link with it.
+    EXPECT_EQ(bsptest::calls({static_cast<uint32_t>(BSP_GetVethIP(own, sizeof own)),
+                              static_cast<uint32_t>(BSP_SocketWrite(fd, first, 3, kPort)),
+                              static_cast<uint32_t>(BSP_SocketWrite(fd, second, 2, kPort))}) + " " + own,
+              "ok ok ok 192.168.1.2\n");
+    EXPECT_EQ(received(), "192.168.1.2:5001 0x5 0x0 0xC3 | 192.168.1.2:5001 0xA 0x1");
+    const std::string sock = "socket[" + std::to_string(fd) + "]", id = "socketid (" + std::to_string(fd) + ")";
+    EXPECT_EQ(log_line(), "2:Create " + sock + " OK. | 1:Udp port 5001 " + sock + " bind OK. | "
+              "1:Send udp info succes, Hostip (3232235777) " + id + " infotype 0x(05) | "
+              "1:Send udp info succes, Hostip (3232235777) " + id + " infotype 0x(1a)");
+    EXPECT_EQ(starts(), "ok ok ok");
+    close(fd);
+}
+
+// A port held by a socket without address reuse: the bind fails, and nothing stays open. A
+// missing device is only logged.
+TEST_F(Veth, BindFailureLeavesNothingOpen)
+{
+    const int holder = socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in at = {.sin_family = AF_INET, .sin_port = htons(kPort), .sin_addr = {htonl(INADDR_ANY)}, .sin_zero = {}};
+    ASSERT_EQ(bind(holder, reinterpret_cast<sockaddr *>(&at), sizeof at), 0);
+    int fd = -7;
+    const size_t before = open_fds();
+    std::string out = bsptest::calls({static_cast<uint32_t>(BSP_CreateVethSocket(kPort, &fd)),
+                                      static_cast<uint32_t>(BSP_CreateVethSocket(kPort, nullptr))});
+    EXPECT_EQ(out + " " + std::to_string(fd) + " " + std::to_string(open_fds() - before), "err err -7 0");
+    ASSERT_TRUE(ip("link del veth"));
+    EXPECT_EQ(bsptest::res(static_cast<uint32_t>(BSP_CreateVethSocket(kPort + 1, &fd))), "ok");
+    EXPECT_EQ(std::regex_replace(log_line(), std::regex(R"(\[\d+\])"), "[N]"),
+              "2:Create socket[N] OK. | 0:Udp port 5001 bind fail, ret(-1). | 2:Create socket[N] OK. | "
+              "0:Bind device fail. | 1:Udp port 5002 socket[N] bind OK.");
+}
+
+// Without an IPv4 address the pipeline prints nothing: one start, one line, no retry; the send
+// stops there. Starts that fail are retried three times at once.
+TEST_F(Veth, NoAddressOrNoStart)
+{
+    ASSERT_TRUE(ip("link set veth up"));
+    char own[16] = {};
+    const uint8_t msg[] = {1, 2};
+    const auto get = [&] { return static_cast<uint32_t>(BSP_GetVethIP(own, sizeof own)); };
+    EXPECT_EQ(bsptest::calls({get(), static_cast<uint32_t>(BSP_SocketWrite(3, msg, 2, kPort)),
+                              (sim().fail(Op::Popen, 3), get()), (sim().fail(Op::Popen, 2), address_veth(), get())}) + " " + own,
+              "err err err ok 192.168.1.2\n");
+    EXPECT_EQ(starts(), "ok ok -1 -1 -1 -1 -1 ok");
+    EXPECT_EQ(log_line(), bsptest::times(3, "0:Get veth ip failed.", " | "));
+}
+
+// Out of descriptors, for real: the socket cannot be made, nor can the pipeline start (each
+// of its three starts fails with EMFILE). A device name that cannot be copied is tolerated.
+class Host : public bsptest::SimTest {};
+TEST_F(Host, OutOfDescriptorsAndAnUncopiedName)
+{
+    rlimit old = {};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &old), 0);
+    const int lowest_free = open("/dev/null", O_RDONLY);
+    close(lowest_free);
+    rlimit tight = {static_cast<rlim_t>(lowest_free), old.rlim_max};
+    char own[16] = {};
+    int fd = -1;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &tight), 0);
+    const std::string out = bsptest::calls({static_cast<uint32_t>(BSP_CreateVethSocket(kPort, &fd)),
+                                            static_cast<uint32_t>(BSP_GetVethIP(own, sizeof own))});
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &old), 0);
+    sim().fail(Op::StrncpyS, 1, 99);
+    EXPECT_EQ(out + " " + bsptest::res(static_cast<uint32_t>(BSP_CreateVethSocket(kPort, &fd))), "err err ok");
+    EXPECT_EQ(tr({Op::Popen}), bsptest::times(3, "popen " + events(Op::Popen).at(0).name + "!-" + std::to_string(EMFILE)));
+    // The name left empty unbinds the socket from any device, which succeeds.
+    EXPECT_EQ(log_line(), "0:Create socket fail. | 0:Get veth ip failed. | 2:Create socket[" + std::to_string(fd) +
+              "] OK. | 0:Strncpy ethName failed.ret is 99 | 1:Udp port 5001 socket[" + std::to_string(fd) + "] bind OK.");
+    close(fd);
+}
+
+}  // namespace
