@@ -1,7 +1,7 @@
 // The internal network's UDP channel on a real link. A test makes its own network namespace
-// (every test runs in its own process, and the namespace dies with it) holding a veth pair:
-// "veth", the BMC's end, and "vpeer", which a forked child takes into a second namespace of its
-// own and receives on, so every datagram really crosses the link. Without the privilege to
+// (every test runs in its own process, and the namespace dies with it) holding "veth", the
+// BMC's end of a veth pair; the partner's end "vpeer" lives in a second namespace, on a thread
+// that receives there, so every datagram really crosses the link. Without the privilege to
 // make namespaces the tests skip and say why.
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -9,8 +9,10 @@
 #include <sched.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
+
+#include <future>
+#include <thread>
 
 #include <cerrno>
 #include <cstdlib>
@@ -39,73 +41,61 @@ protected:
     {
         bsptest::SimTest::SetUp();
         if (unshare(CLONE_NEWNET) != 0) GTEST_SKIP() << "cannot make a network namespace: " << std::strerror(errno);
-        ASSERT_TRUE(ip("link add veth type veth peer name vpeer")) << "ip cannot make a veth pair";
     }
     void TearDown() override
     {
-        if (partner_ > 0) (void)waitpid(partner_, nullptr, 0);
+        if (partner_.joinable()) partner_.join();
         bsptest::SimTest::TearDown();
     }
-    static void address_veth() { ASSERT_TRUE(ip("addr add 192.168.1.2/24 dev veth") && ip("link set veth up")); }
-
-    // The partner: a child in a namespace of its own with vpeer as 192.168.1.1/24, receiving
-    // `count` datagrams on kPort. Each shows as "SENDER:PORT hex bytes" once it is done.
+    static void make_veth(bool addressed = true)
+    {
+        ASSERT_TRUE(ip("link add veth type veth peer name vpeer") && ip("link set veth up"));
+        if (addressed) ASSERT_TRUE(ip("addr add 192.168.1.2/24 dev veth"));
+    }
+    // The partner: a thread in a namespace of its own, which makes the pair there and hands
+    // "veth" over to ours. It receives `count` datagrams on kPort, each noted in `got_` as
+    // " | SENDER:PORT bytes" (nothing after 10 s without one).
     void start_partner(int count)
     {
-        int up[2], down[2];
-        ASSERT_EQ(pipe(up) | pipe(down), 0);
-        partner_ = fork();
-        ASSERT_GE(partner_, 0);
-        if (partner_ == 0) {
-            char go = 0;
-            const bool own = unshare(CLONE_NEWNET) == 0 && write(up[1], "r", 1) == 1 && read(down[0], &go, 1) == 1;
-            const int s = own && ip("addr add 192.168.1.1/24 dev vpeer") && ip("link set vpeer up")
+        partner_ = std::thread([this, count, ns = std::to_string(getpid())] {
+            const int s = unshare(CLONE_NEWNET) == 0 && ip("link add vpeer type veth peer name veth netns " + ns) &&
+                                  ip("addr add 192.168.1.1/24 dev vpeer") && ip("link set vpeer up")
                               ? socket(AF_INET, SOCK_DGRAM, 0) : -1;
-            sockaddr_in me = {.sin_family = AF_INET, .sin_port = htons(kPort), .sin_addr = {htonl(INADDR_ANY)}, .sin_zero = {}};
             const timeval wait = {.tv_sec = 10, .tv_usec = 0};
-            if (s < 0 || bind(s, reinterpret_cast<sockaddr *>(&me), sizeof me) != 0 ||
-                setsockopt(s, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait) != 0 || write(up[1], "b", 1) != 1) _exit(1);
+            ready_.set_value(s >= 0 && bind(s, addr(kPort), sizeof(sockaddr_in)) == 0 &&
+                            setsockopt(s, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait) == 0);
             for (int i = 0; i < count; ++i) {
                 uint8_t buf[64];
                 sockaddr_in from = {};
                 socklen_t len = sizeof from;
-                const ssize_t n = recvfrom(s, buf, sizeof buf, 0, reinterpret_cast<sockaddr *>(&from), &len);
-                std::string line = (i ? " | " : "") + std::string(inet_ntoa(from.sin_addr)) + ":" + std::to_string(ntohs(from.sin_port));
-                for (ssize_t k = 0; k < n; ++k) line += " " + bsptest::hex(buf[k]);
-                if (write(up[1], line.data(), line.size()) < 0) _exit(1);
+                ssize_t n = 0;
+                while ((n = recvfrom(s, buf, sizeof buf, 0, reinterpret_cast<sockaddr *>(&from), &len)) < 0 && errno == EINTR) {}
+                if (n < 0) got_ += " errno " + std::to_string(errno);
+                got_ += " | " + std::string(inet_ntoa(from.sin_addr)) + ":" + std::to_string(ntohs(from.sin_port));
+                for (ssize_t k = 0; k < n; ++k) got_ += " " + bsptest::hex(buf[k]);
             }
-            _exit(0);
-        }
-        close(up[1]);
-        close(down[0]);
-        up_ = up[0];
-        char c = 0;
-        ASSERT_TRUE(read(up_, &c, 1) == 1 && ip("link set vpeer netns " + std::to_string(partner_)) && write(down[1], "g", 1) == 1);
-        ASSERT_TRUE(read(up_, &c, 1) == 1 && c == 'b') << "the partner could not set up its end";
-        close(down[1]);
-        address_veth();
+        });
+        ASSERT_TRUE(ready_.get_future().get()) << "the partner could not set up its end";
+        ASSERT_TRUE(ip("addr add 192.168.1.2/24 dev veth") && ip("link set veth up"));
         for (int i = 0; i < 50 && !ip("-o link show veth | grep -q LOWER_UP"); ++i) usleep(20000);
     }
-    // What the partner received, once it is done.
-    std::string received()
+    // 0.0.0.0:port
+    static const sockaddr *addr(uint16_t port)
     {
-        std::string out;
-        char buf[512];
-        for (ssize_t n; (n = read(up_, buf, sizeof buf)) > 0;) out.append(buf, static_cast<size_t>(n));
-        close(up_);
-        return out;
+        static sockaddr_in at;
+        at = {.sin_family = AF_INET, .sin_port = htons(port), .sin_addr = {htonl(INADDR_ANY)}, .sin_zero = {}};
+        return reinterpret_cast<const sockaddr *>(&at);
     }
-    // The shell pipelines started for the address: "ok" or the failure's code each.
+    // The shell pipelines started for the address: each start's result ("?" if another command).
     std::string starts() const
     {
         std::string out;
-        for (const auto &e : events(Op::Popen))
-            out += (out.empty() ? "" : " ") + (std::string(kPipeline).rfind(e.name, 0) == 0 ? "" : e.name + "?") +
-                   (e.result == 0 ? "ok" : std::to_string(e.result));
+        for (const auto &e : events(Op::Popen)) out += (std::string(kPipeline).rfind(e.name, 0) ? " ?" : " ") + std::to_string(e.result);
         return out;
     }
-    pid_t partner_ = 0;
-    int up_ = -1;
+    std::promise<bool> ready_;
+    std::thread partner_;
+    std::string got_;
 };
 
 // Our address 192.168.1.2 sends to 192.168.1.1 from the bound port, byte for byte; the info
@@ -122,12 +112,13 @@ TEST_F(Veth, SendsToThePartner)
                               static_cast<uint32_t>(BSP_SocketWrite(fd, first, 3, kPort)),
                               static_cast<uint32_t>(BSP_SocketWrite(fd, second, 2, kPort))}) + " " + own,
               "ok ok ok 192.168.1.2\n");
-    EXPECT_EQ(received(), "192.168.1.2:5001 0x5 0x0 0xC3 | 192.168.1.2:5001 0xA 0x1");
+    partner_.join();
+    EXPECT_EQ(got_, " | 192.168.1.2:5001 0x5 0x0 0xC3 | 192.168.1.2:5001 0xA 0x1");
     const std::string sock = "socket[" + std::to_string(fd) + "]", id = "socketid (" + std::to_string(fd) + ")";
     EXPECT_EQ(log_line(), "2:Create " + sock + " OK. | 1:Udp port 5001 " + sock + " bind OK. | "
               "1:Send udp info succes, Hostip (3232235777) " + id + " infotype 0x(05) | "
               "1:Send udp info succes, Hostip (3232235777) " + id + " infotype 0x(1a)");
-    EXPECT_EQ(starts(), "ok ok ok");
+    EXPECT_EQ(starts(), " 0 0 0");
     close(fd);
 }
 
@@ -135,9 +126,8 @@ TEST_F(Veth, SendsToThePartner)
 // missing device is only logged.
 TEST_F(Veth, BindFailureLeavesNothingOpen)
 {
-    const int holder = socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in at = {.sin_family = AF_INET, .sin_port = htons(kPort), .sin_addr = {htonl(INADDR_ANY)}, .sin_zero = {}};
-    ASSERT_EQ(bind(holder, reinterpret_cast<sockaddr *>(&at), sizeof at), 0);
+    make_veth();
+    ASSERT_EQ(bind(socket(AF_INET, SOCK_DGRAM, 0), addr(kPort), sizeof(sockaddr_in)), 0);
     int fd = -7;
     const size_t before = open_fds();
     std::string out = bsptest::calls({static_cast<uint32_t>(BSP_CreateVethSocket(kPort, &fd)),
@@ -154,14 +144,14 @@ TEST_F(Veth, BindFailureLeavesNothingOpen)
 // stops there. Starts that fail are retried three times at once.
 TEST_F(Veth, NoAddressOrNoStart)
 {
-    ASSERT_TRUE(ip("link set veth up"));
+    make_veth(false);
     char own[16] = {};
     const uint8_t msg[] = {1, 2};
     const auto get = [&] { return static_cast<uint32_t>(BSP_GetVethIP(own, sizeof own)); };
     EXPECT_EQ(bsptest::calls({get(), static_cast<uint32_t>(BSP_SocketWrite(3, msg, 2, kPort)),
-                              (sim().fail(Op::Popen, 3), get()), (sim().fail(Op::Popen, 2), address_veth(), get())}) + " " + own,
+                              (sim().fail(Op::Popen, 3), get()), (sim().fail(Op::Popen, 2), ip("addr add 192.168.1.2/24 dev veth"), get())}) + " " + own,
               "err err err ok 192.168.1.2\n");
-    EXPECT_EQ(starts(), "ok ok -1 -1 -1 -1 -1 ok");
+    EXPECT_EQ(starts(), " 0 0 -1 -1 -1 -1 -1 0");
     EXPECT_EQ(log_line(), bsptest::times(3, "0:Get veth ip failed.", " | "));
 }
 
