@@ -3,7 +3,11 @@
 // lines, the option word the framework got, and that every value handed over is released.
 #include <glib.h>
 #include <openssl/crypto.h>
+#include <fcntl.h>
 #include <pthread.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -305,18 +309,24 @@ TEST_F(Files, ReadAndWriteWhole)
     std::filesystem::create_symlink(path("/f"), path("/ln"));
     char b[16] = {};
     const std::string longest(4096, '/'), too_long = longest + "/", via = path("/sub/../ln");
+    // A pipe cannot seek (held open, so that opening it does not wait); a socket cannot be opened.
+    ASSERT_TRUE(mkfifo(path("/p").c_str(), 0600) == 0 && open(path("/p").c_str(), O_RDWR) >= 0);
+    sockaddr_un unix_at = {.sun_family = AF_UNIX, .sun_path = {}};
+    path("/s").copy(unix_at.sun_path, sizeof unix_at.sun_path - 1);
+    ASSERT_EQ(bind(socket(AF_UNIX, SOCK_STREAM, 0), reinterpret_cast<sockaddr *>(&unix_at), sizeof unix_at), 0);
     const auto read = [&](const std::string &p, size_t n) { return st(dal_read_file(p.c_str(), b, n), [&] { return std::string(b, 4); }); };
     const auto write = [&](const std::string &p) {
         return st(dal_write_file(p.c_str(), "ab", 2), [&] { return bsptest::read_file(path("/f")) + (access(path("/no").c_str(), F_OK) ? "" : " made"); });
     };
     EXPECT_EQ(bsptest::joined({read(via, 4), read(via, 11), read(too_long, 1), read(longest, 1), st(dal_read_file(nullptr, b, 1)),
-                               read(path("/sub"), 1), write(path("/no")), write(too_long), write(path("/sub")),
+                               read(path("/sub"), 1), read(path("/p"), 1), read(path("/s"), 1), write(path("/p")), write(path("/no")), write(too_long), write(path("/sub")),
                                (bsptest::write_file(path("/f"), "0123456789"), write(via)),
                                (sim().fail(Op::FileAccessible, 1, 0), write(path("/f"))), write("/dev/full")}),
-              "0 0123, -1 0123, -1 0123, -1 0123, -1, -1 0123, -1 0123456789, -1 0123456789, -1 0123456789, 0 ab, -1 ab, "
+              "0 0123, -1 0123, -1 0123, -1 0123, -1, -1 0123, -1 0123, -1 0123, -1 0123456789, -1 0123456789, -1 0123456789, -1 0123456789, 0 ab, -1 ab, "
               "-1 ab");
     EXPECT_EQ(log(), "0:read file D/f to buffer failed. ret=0. | 0:/... | 0:read file / to buffer failed. ret=0. | "
-              "0:(null) file path error. | 0:read file D/sub to buffer failed. ret=0. | 0:file path error,error no is 2 | "
+              "0:(null) file path error. | 0:read file D/sub to buffer failed. ret=0. | 0: fseek file D/p failed. | "
+              "0:Open file D/s failed. | 0:fseek file D/p failed. | 0:file path error,error no is 2 | "
               "0:file path error,error no is 36 | 0:Open file D/sub failed. | 0:dal_write_file: file path not exits. | "
               "0:sync file /dev/full failed,error no is 28");
 }
