@@ -33,6 +33,9 @@ constexpr const char *kPipeline = "ifconfig veth|grep 'inet addr'|awk -F ':' '{p
 
 bool ip(const std::string &args) { return std::system(("ip " + args + " >/dev/null 2>&1").c_str()) == 0; }
 
+// Statuses as the shared renderers take them.
+uint32_t u(int32_t status) { return static_cast<uint32_t>(status); }
+
 size_t open_fds() { return static_cast<size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {})); }
 
 class Veth : public bsptest::SimTest {
@@ -108,10 +111,8 @@ TEST_F(Veth, SendsToThePartner)
     const uint8_t first[] = {0x05, 0x00, 0xC3}, second[] = {0x0A, 0x01};
     ASSERT_EQ(BSP_CreateVethSocket(kPort, &fd), 0);
     // The partner leaves once it has both datagrams, and the link with it.
-    EXPECT_EQ(bsptest::calls({static_cast<uint32_t>(BSP_GetVethIP(own, sizeof own)),
-                              static_cast<uint32_t>(BSP_SocketWrite(fd, first, 3, kPort)),
-                              static_cast<uint32_t>(BSP_SocketWrite(fd, second, 2, kPort))}) + " " + own,
-              "ok ok ok 192.168.1.2\n");
+    EXPECT_EQ(bsptest::calls({u(BSP_GetVethIP(own, sizeof own)), u(BSP_SocketWrite(fd, first, 3, kPort)),
+                              u(BSP_SocketWrite(fd, second, 2, kPort))}) + " " + own, "ok ok ok 192.168.1.2\n");
     partner_.join();
     EXPECT_EQ(got_, " | 192.168.1.2:5001 0x5 0x0 0xC3 | 192.168.1.2:5001 0xA 0x1");
     const std::string sock = "socket[" + std::to_string(fd) + "]", id = "socketid (" + std::to_string(fd) + ")";
@@ -130,11 +131,10 @@ TEST_F(Veth, BindFailureLeavesNothingOpen)
     ASSERT_EQ(bind(socket(AF_INET, SOCK_DGRAM, 0), addr(kPort), sizeof(sockaddr_in)), 0);
     int fd = -7;
     const size_t before = open_fds();
-    std::string out = bsptest::calls({static_cast<uint32_t>(BSP_CreateVethSocket(kPort, &fd)),
-                                      static_cast<uint32_t>(BSP_CreateVethSocket(kPort, nullptr))});
+    std::string out = bsptest::calls({u(BSP_CreateVethSocket(kPort, &fd)), u(BSP_CreateVethSocket(kPort, nullptr))});
     EXPECT_EQ(out + " " + std::to_string(fd) + " " + std::to_string(open_fds() - before), "err err -7 0");
     ASSERT_TRUE(ip("link del veth"));
-    EXPECT_EQ(bsptest::res(static_cast<uint32_t>(BSP_CreateVethSocket(kPort + 1, &fd))), "ok");
+    EXPECT_EQ(bsptest::res(u(BSP_CreateVethSocket(kPort + 1, &fd))), "ok");
     EXPECT_EQ(std::regex_replace(log_line(), std::regex(R"(\[\d+\])"), "[N]"),
               "2:Create socket[N] OK. | 0:Udp port 5001 bind fail, ret(-1). | 2:Create socket[N] OK. | "
               "0:Bind device fail. | 1:Udp port 5002 socket[N] bind OK.");
@@ -147,8 +147,8 @@ TEST_F(Veth, NoAddressOrNoStart)
     make_veth(false);
     char own[16] = {};
     const uint8_t msg[] = {1, 2};
-    const auto get = [&] { return static_cast<uint32_t>(BSP_GetVethIP(own, sizeof own)); };
-    EXPECT_EQ(bsptest::calls({get(), static_cast<uint32_t>(BSP_SocketWrite(3, msg, 2, kPort)),
+    const auto get = [&] { return u(BSP_GetVethIP(own, sizeof own)); };
+    EXPECT_EQ(bsptest::calls({get(), u(BSP_SocketWrite(3, msg, 2, kPort)),
                               (sim().fail(Op::Popen, 3), get()), (sim().fail(Op::Popen, 2), ip("addr add 192.168.1.2/24 dev veth"), get())}) + " " + own,
               "err err err ok 192.168.1.2\n");
     EXPECT_EQ(starts(), " 0 0 -1 -1 -1 -1 -1 0");
@@ -160,19 +160,17 @@ TEST_F(Veth, NoAddressOrNoStart)
 class Host : public bsptest::SimTest {};
 TEST_F(Host, OutOfDescriptorsAndAnUncopiedName)
 {
-    rlimit old = {};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &old), 0);
+    rlimit old = {}, tight = {};
     const int lowest_free = open("/dev/null", O_RDONLY);
-    close(lowest_free);
-    rlimit tight = {static_cast<rlim_t>(lowest_free), old.rlim_max};
+    ASSERT_TRUE(close(lowest_free) == 0 && getrlimit(RLIMIT_NOFILE, &old) == 0);
+    tight = {static_cast<rlim_t>(lowest_free), old.rlim_max};
     char own[16] = {};
     int fd = -1;
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &tight), 0);
-    const std::string out = bsptest::calls({static_cast<uint32_t>(BSP_CreateVethSocket(kPort, &fd)),
-                                            static_cast<uint32_t>(BSP_GetVethIP(own, sizeof own))});
+    const std::string out = bsptest::calls({u(BSP_CreateVethSocket(kPort, &fd)), u(BSP_GetVethIP(own, sizeof own))});
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &old), 0);
     sim().fail(Op::StrncpyS, 1, 99);
-    EXPECT_EQ(out + " " + bsptest::res(static_cast<uint32_t>(BSP_CreateVethSocket(kPort, &fd))), "err err ok");
+    EXPECT_EQ(out + " " + bsptest::res(u(BSP_CreateVethSocket(kPort, &fd))), "err err ok");
     EXPECT_EQ(tr({Op::Popen}), bsptest::times(3, "popen " + events(Op::Popen).at(0).name + "!-" + std::to_string(EMFILE)));
     // The name left empty unbinds the socket from any device, which succeeds.
     EXPECT_EQ(log_line(), "0:Create socket fail. | 0:Get veth ip failed. | 2:Create socket[" + std::to_string(fd) +
