@@ -3,6 +3,7 @@
 // lines, the option word the framework got, and that every value handed over is released.
 #include <glib.h>
 #include <openssl/crypto.h>
+#include <openssl/err.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/socket.h>
@@ -321,14 +322,17 @@ TEST_F(Files, ReadAndWriteWhole)
     EXPECT_EQ(bsptest::joined({read(via, 4), read(via, 11), read(too_long, 1), read(longest, 1), st(dal_read_file(nullptr, b, 1)),
                                read(path("/sub"), 1), read(path("/p"), 1), read(path("/s"), 1), write(path("/p")), write(path("/no")), write(too_long), write(path("/sub")),
                                (bsptest::write_file(path("/f"), "0123456789"), write(via)),
-                               (sim().fail(Op::FileAccessible, 1, 0), write(path("/f"))), write("/dev/full")}),
+                               (sim().fail(Op::FileAccessible, 1, 0), write(path("/f"))), write("/dev/full"),
+                               st(dal_write_file("/dev/full", std::string(8192, 'z').data(), 8192)),
+                               st(dal_write_file(path("/f").c_str(), nullptr, 1), [&] { return bsptest::read_file(path("/f")); })}),
               "0 0123, -1 0123, -1 0123, -1 0123, -1, -1 0123, -1 0123, -1 0123, -1 0123456789, -1 0123456789, -1 0123456789, -1 0123456789, 0 ab, -1 ab, "
-              "-1 ab");
+              "-1 ab, -1, -1 ab");
     EXPECT_EQ(log(), "0:read file D/f to buffer failed. ret=0. | 0:/... | 0:read file / to buffer failed. ret=0. | "
               "0:(null) file path error. | 0:read file D/sub to buffer failed. ret=0. | 0: fseek file D/p failed. | "
               "0:Open file D/s failed. | 0:fseek file D/p failed. | 0:file path error,error no is 2 | "
               "0:file path error,error no is 36 | 0:Open file D/sub failed. | 0:dal_write_file: file path not exits. | "
-              "0:sync file /dev/full failed,error no is 28");
+              "0:sync file /dev/full failed,error no is 28 | 0:write file /dev/full to buffer failed. ret=0. | "
+              "0:write file D/f to buffer failed. ret=0.");
 }
 
 // Null identifiers are not accessible, without asking the file manager.
@@ -378,10 +382,12 @@ TEST_F(Keys, Component)
     };
     const auto same = [&] { return std::string(std::memcmp(b, comp_.data(), 32) == 0 ? "same" : "differs"); };
     EXPECT_EQ(bsptest::joined({get(16), st(dal_get_encryptkey_component("EncryptKey", "Component", b, 32), same),
-                               get(-1), get(32, nullptr), st(dal_get_encryptkey_component("EncryptKey", "WorkKey", b, 32)),
+                               get(-1), get(32, nullptr), st(dal_get_encryptkey_component("EncryptKey", nullptr, b, 32)),
+                               st(dal_get_encryptkey_component("EncryptKey", "Component", nullptr, 32)),
+                               st(dal_get_encryptkey_component("EncryptKey", "WorkKey", b, 32)),
                                (sim().fail(Op::DflGetHandle, 1, 7), get(32)), (sim().fail(Op::DflGetProp, 1, 8), get(32)),
                                (sim().fail(Op::MemmoveS, 1, 9), get(32))}),
-              "-1, 0 same, -1, -1, -1, -1, -1, -1");
+              "-1, 0 same, -1, -1, -1, -1, -1, -1, -1, -1");
     EXPECT_EQ(log_line(), "0:invalid input para: 16 < 32. | 0:invalid input para: -1 < 32. | "
               "0:invalid input para: 32 < 0. | 0:Get EncryptKey object handle failed, ret = 7. | "
               "0:Get EncryptKey component failed, ret = 8. | 0:memmove_s fail, ret = 9\n");
@@ -401,9 +407,10 @@ TEST_F(Keys, WorkKey)
             return std::to_string(strnlen(b, sizeof b)) + (key_.compare(0, strnlen(b, 97), b, strnlen(b, 97)) ? " other" : "");
         });
     };
-    EXPECT_EQ(bsptest::joined({get(128), get(97), get(-5),
+    EXPECT_EQ(bsptest::joined({st(dal_get_encryptkey_workkey(nullptr, "WorkKey", b, 9) + dal_get_encryptkey_workkey("EncryptKey", nullptr, b, 9) +
+                                  dal_get_encryptkey_workkey("EncryptKey", "WorkKey", nullptr, 9)), get(128), get(97), get(-5),
                                (sim().fail(Op::DflGetHandle, 1, 3), get(128)), (sim().fail(Op::DalGetString, 1, 4), get(128))}),
-              "0 97, -1 0, -1 128 other, -1 128 other, -1 128 other");
+              "-3, 0 97, -1 0, -1 128 other, -1 128 other, -1 128 other");
     EXPECT_EQ(tr({Op::DalGetString, Op::MemsetS}), bsptest::times(3, "dal_get_string EncryptKey.WorkKey memset_s 98/98=0") +
               " dal_get_string EncryptKey.WorkKey!4 memset_s 98/98=0");
     EXPECT_EQ(log_line(), "0:strncpy_s fail, ret = 34\n | 0:strncpy_s fail, ret = 22\n | "
@@ -422,7 +429,12 @@ class Openssl : public bsptest::SimTest {
 protected:
     std::string twice() const { return dal_init_openssl(), dal_init_openssl(), tr({Op::TaskMutexCreate}) + " | " + log_line(); }
 };
-TEST_F(Openssl, Once) { EXPECT_EQ(twice(), "task_mutex openssl_lock0 | "); }
+// The library's error texts are there once it started OpenSSL.
+TEST_F(Openssl, Once)
+{
+    EXPECT_EQ(twice(), "task_mutex openssl_lock0 | ");
+    EXPECT_STREQ(ERR_lib_error_string(ERR_PACK(ERR_LIB_EVP, 0, 0)), "digital envelope routines");
+}
 TEST_F(Openssl, LockNameFails) { EXPECT_EQ((sim().fail(Op::SnprintfS), twice()), "task_mutex | 0:Error: copy openssl_lock failed."); }
 TEST_F(Openssl, LockArrayRefused)
 {

@@ -111,15 +111,16 @@ TEST_F(Veth, SendsToThePartner)
     const uint8_t first[] = {0x05, 0x00, 0xC3}, second[] = {0x0A, 0x01};
     ASSERT_EQ(BSP_CreateVethSocket(kPort, &fd), 0);
     // The partner leaves once it has both datagrams, and the link with it.
-    EXPECT_EQ(bsptest::calls({u(BSP_GetVethIP(own, sizeof own)), u(BSP_SocketWrite(fd, first, 3, kPort)),
-                              u(BSP_SocketWrite(fd, second, 2, kPort))}) + " " + own, "ok ok ok 192.168.1.2\n");
+    char cut[8] = {};
+    EXPECT_EQ(bsptest::calls({u(BSP_GetVethIP(cut, 5)), u(BSP_GetVethIP(own, sizeof own)), u(BSP_SocketWrite(fd, first, 3, kPort)),
+                              u(BSP_SocketWrite(fd, second, 2, kPort))}) + " " + cut + " " + own, "ok ok ok ok 192. 192.168.1.2\n");
     partner_.join();
     EXPECT_EQ(got_, " | 192.168.1.2:5001 0x5 0x0 0xC3 | 192.168.1.2:5001 0xA 0x1");
     const std::string sock = "socket[" + std::to_string(fd) + "]", id = "socketid (" + std::to_string(fd) + ")";
     EXPECT_EQ(log_line(), "2:Create " + sock + " OK. | 1:Udp port 5001 " + sock + " bind OK. | "
               "1:Send udp info succes, Hostip (3232235777) " + id + " infotype 0x(05) | "
               "1:Send udp info succes, Hostip (3232235777) " + id + " infotype 0x(1a)");
-    EXPECT_EQ(starts(), " 0 0 0");
+    EXPECT_EQ(starts(), " 0 0 0 0");
     close(fd);
 }
 
@@ -148,11 +149,33 @@ TEST_F(Veth, NoAddressOrNoStart)
     char own[16] = {};
     const uint8_t msg[] = {1, 2};
     const auto get = [&] { return u(BSP_GetVethIP(own, sizeof own)); };
-    EXPECT_EQ(bsptest::calls({get(), u(BSP_SocketWrite(3, msg, 2, kPort)),
+    EXPECT_EQ(bsptest::calls({u(BSP_GetVethIP(nullptr, 16)), u(BSP_GetVethIP(own, 0)), get(), u(BSP_SocketWrite(3, msg, 2, kPort)),
                               (sim().fail(Op::Popen, 3), get()), (sim().fail(Op::Popen, 2), ip("addr add 192.168.1.2/24 dev veth"), get())}) + " " + own,
-              "err err err ok 192.168.1.2\n");
+              "err err err err err ok 192.168.1.2\n");
     EXPECT_EQ(starts(), " 0 0 -1 -1 -1 -1 -1 0");
     EXPECT_EQ(log_line(), bsptest::times(3, "0:Get veth ip failed.", " | "));
+}
+
+// The host's ifconfig answering what the test says: an address that is none, a send that fails,
+// and datagrams too short to carry an info type (its missing bytes show as 0).
+TEST_F(Veth, OddAnswersAndShortDatagrams)
+{
+    const std::string bin = sim().dir() + "/bin";
+    std::filesystem::create_directory(bin);
+    bsptest::write_file(bin + "/ifconfig", "#!/bin/sh\necho \"inet addr:$(cat " + bin + "/answer) \"\n");
+    std::filesystem::permissions(bin + "/ifconfig", std::filesystem::perms::owner_all);
+    ASSERT_TRUE(ip("link set lo up") && setenv("PATH", (bin + ":" + std::getenv("PATH")).c_str(), 1) == 0);
+    const int s = socket(AF_INET, SOCK_DGRAM, 0);
+    const uint8_t msg[] = {7, 9};
+    const auto send = [&](const char *answer, int fd, int32_t len) {
+        bsptest::write_file(bin + "/answer", answer);
+        return u(BSP_SocketWrite(fd, msg, len, kPort));
+    };
+    EXPECT_EQ(bsptest::calls({send("bogus", s, 2), send("127.0.0.2", -1, 2), send("127.0.0.2", s, 1), send("127.0.0.2", s, 0)}),
+              "err err ok ok");
+    const std::string sent = "1:Send udp info succes, Hostip (2130706433) socketid (" + std::to_string(s) + ") infotype ";
+    EXPECT_EQ(log_line(), "0:IP changed to network ip failed. | 0:Send udp message failed, sendlen(-1) | " + sent + "0x(07) | " +
+              sent + "0x(00)");
 }
 
 // Out of descriptors, for real: the socket cannot be made, nor can the pipeline start (each
@@ -169,6 +192,7 @@ TEST_F(Host, OutOfDescriptorsAndAnUncopiedName)
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &tight), 0);
     const std::string out = bsptest::calls({u(BSP_CreateVethSocket(kPort, &fd)), u(BSP_GetVethIP(own, sizeof own))});
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &old), 0);
+    close(0);  // descriptor 0 is a socket like any other
     sim().fail(Op::StrncpyS, 1, 99);
     EXPECT_EQ(out + " " + bsptest::res(u(BSP_CreateVethSocket(kPort, &fd))), "err err ok");
     EXPECT_EQ(tr({Op::Popen}), bsptest::times(3, "popen " + events(Op::Popen).at(0).name + "!-" + std::to_string(EMFILE)));
