@@ -2,12 +2,24 @@
 // (the framework's code or -1, per wrapper), the value written or left alone, the exact log
 // lines, the option word the framework got, and that every value handed over is released.
 #include <glib.h>
+#include <openssl/crypto.h>
+#include <openssl/err.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <regex>
+#include <thread>
 
 #include "bmc_bsp.h"
+#include "bspsim/keys.hpp"
 #include "test_helpers.h"
 
 namespace {
@@ -266,6 +278,172 @@ const DflCase kTextsAndArrays[] = {
 };
 
 BSP_CASES(TextsAndArrays, Dfl, kTextsAndArrays);
+
+/* ======================================================= files, key material and crypto */
+
+// Renders a status, then what else the caller sees once the call is made, e.g. "0 0123".
+std::string st(int32_t rc, const std::function<std::string()> &then = nullptr)
+{
+    return std::to_string(rc) + (then ? " " + then() : "");
+}
+
+class Files : public bsptest::SimTest {
+protected:
+    // Paths in the board's directory (new for every test), which the log shows as D.
+    std::string dir() const { return std::filesystem::canonical(sim().dir()).string(); }
+    std::string path(const char *name) const { return dir() + name; }
+    std::string log() const
+    {
+        std::string out = std::regex_replace(log_line(), std::regex("/{64,}"), "/...");
+        for (size_t at; (at = out.find(dir())) != std::string::npos;) out.replace(at, dir().size(), "D");
+        return out;
+    }
+};
+
+// Paths resolve through ".." and links; a short file, a missing or over-long path (4096
+// slashes still resolve to "/") and a file the platform calls inaccessible fail with their
+// lines and leave the file as it was; "w+" truncates; a full medium shows at the flush.
+TEST_F(Files, ReadAndWriteWhole)
+{
+    bsptest::write_file(path("/f"), "0123456789");
+    std::filesystem::create_directory(path("/sub"));
+    std::filesystem::create_symlink(path("/f"), path("/ln"));
+    char b[16] = {};
+    const std::string longest(4096, '/'), too_long = longest + "/", via = path("/sub/../ln");
+    // A pipe cannot seek (held open, so that opening it does not wait); a socket cannot be opened.
+    ASSERT_TRUE(mkfifo(path("/p").c_str(), 0600) == 0 && open(path("/p").c_str(), O_RDWR) >= 0);
+    sockaddr_un unix_at = {.sun_family = AF_UNIX, .sun_path = {}};
+    path("/s").copy(unix_at.sun_path, sizeof unix_at.sun_path - 1);
+    ASSERT_EQ(bind(socket(AF_UNIX, SOCK_STREAM, 0), reinterpret_cast<sockaddr *>(&unix_at), sizeof unix_at), 0);
+    const auto read = [&](const std::string &p, size_t n) { return st(dal_read_file(p.c_str(), b, n), [&] { return std::string(b, 4); }); };
+    const auto write = [&](const std::string &p) {
+        return st(dal_write_file(p.c_str(), "ab", 2), [&] { return bsptest::read_file(path("/f")) + (access(path("/no").c_str(), F_OK) ? "" : " made"); });
+    };
+    EXPECT_EQ(bsptest::joined({read(via, 4), read(via, 11), read(too_long, 1), read(longest, 1), st(dal_read_file(nullptr, b, 1)),
+                               read(path("/sub"), 1), read(path("/p"), 1), read(path("/s"), 1), write(path("/p")), write(path("/no")), write(too_long), write(path("/sub")),
+                               (bsptest::write_file(path("/f"), "0123456789"), write(via)),
+                               (sim().fail(Op::FileAccessible, 1, 0), write(path("/f"))), write("/dev/full"),
+                               st(dal_write_file("/dev/full", std::string(8192, 'z').data(), 8192)),
+                               st(dal_write_file(path("/f").c_str(), nullptr, 1), [&] { return bsptest::read_file(path("/f")); })}),
+              "0 0123, -1 0123, -1 0123, -1 0123, -1, -1 0123, -1 0123, -1 0123, -1 0123456789, -1 0123456789, -1 0123456789, -1 0123456789, 0 ab, -1 ab, "
+              "-1 ab, -1, -1 ab");
+    EXPECT_EQ(log(), "0:read file D/f to buffer failed. ret=0. | 0:/... | 0:read file / to buffer failed. ret=0. | "
+              "0:(null) file path error. | 0:read file D/sub to buffer failed. ret=0. | 0: fseek file D/p failed. | "
+              "0:Open file D/s failed. | 0:fseek file D/p failed. | 0:file path error,error no is 2 | "
+              "0:file path error,error no is 36 | 0:Open file D/sub failed. | 0:dal_write_file: file path not exits. | "
+              "0:sync file /dev/full failed,error no is 28 | 0:write file /dev/full to buffer failed. ret=0. | "
+              "0:write file D/f to buffer failed. ret=0.");
+}
+
+// Null identifiers are not accessible, without asking the file manager.
+TEST_F(Files, FileManagerAccessibility)
+{
+    const auto asked = [&] { return std::to_string(count(Op::FmGetFilePath)); };  // after the call
+    EXPECT_EQ(bsptest::joined({st(dal_get_fm_file_accessible(nullptr, "b", 1), asked),
+                               st(dal_get_fm_file_accessible("a", nullptr, 1), asked),
+                               st(dal_get_fm_file_accessible("cfg", "key", 2), asked),
+                               (bspsim::fm_file(sim(), "cfg", "key", 2, true), st(dal_get_fm_file_accessible("cfg", "key", 2)))}),
+              "0 0, 0 0, 0 1, 1");
+}
+
+class Keys : public bsptest::SimTest {
+protected:
+    // Every line captured (both logs) must be free of key material: any 4 bytes of the work
+    // key or the component, as text or as hex in either case, with or without separators.
+    void TearDown() override
+    {
+        const std::string raw = key_ + std::string(comp_.begin(), comp_.end());
+        std::vector<std::pair<std::string, size_t>> forms = {{raw, 4}};  // a form, and 4 bytes' width in it
+        for (const char *sep : {"", " ", ":", "-", ", ", " 0x", ", 0x"})
+            for (const char *f : {"%02x", "%02X"}) {
+                std::string hex;
+                for (unsigned char c : raw) hex += (hex.empty() ? "" : sep) + (std::snprintf(hex_byte_, 3, f, c), std::string(hex_byte_));
+                forms.emplace_back(hex, 8 + 3 * std::strlen(sep));
+            }
+        for (const auto &l : sim().logs())
+            for (const auto &[form, w] : forms)
+                for (size_t i = 0; i + w <= form.size(); ++i) EXPECT_EQ(l.text.find(form.substr(i, w)), std::string::npos) << l.text;
+        EXPECT_FALSE(sim().logs().empty());
+        bsptest::SimTest::TearDown();
+    }
+    std::vector<uint8_t> comp_ = {};
+    std::string key_ = "";
+    char hex_byte_[3] = {};
+};
+
+// 32 bytes go into 32, not 16; each framework step's failure is -1 with its line.
+TEST_F(Keys, Component)
+{
+    for (int i = 0; i < 32; ++i) comp_.push_back(static_cast<uint8_t>(0xA0 ^ (i * 37)));
+    bspsim::set_key_component(sim(), comp_);
+    uint8_t b[32] = {};
+    const auto get = [&](int32_t size, const char *object = "EncryptKey") {
+        return st(dal_get_encryptkey_component(object, "Component", b, size));
+    };
+    const auto same = [&] { return std::string(std::memcmp(b, comp_.data(), 32) == 0 ? "same" : "differs"); };
+    EXPECT_EQ(bsptest::joined({get(16), st(dal_get_encryptkey_component("EncryptKey", "Component", b, 32), same),
+                               get(-1), get(32, nullptr), st(dal_get_encryptkey_component("EncryptKey", nullptr, b, 32)),
+                               st(dal_get_encryptkey_component("EncryptKey", "Component", nullptr, 32)),
+                               st(dal_get_encryptkey_component("EncryptKey", "WorkKey", b, 32)),
+                               (sim().fail(Op::DflGetHandle, 1, 7), get(32)), (sim().fail(Op::DflGetProp, 1, 8), get(32)),
+                               (sim().fail(Op::MemmoveS, 1, 9), get(32))}),
+              "-1, 0 same, -1, -1, -1, -1, -1, -1, -1, -1");
+    EXPECT_EQ(log_line(), "0:invalid input para: 16 < 32. | 0:invalid input para: -1 < 32. | "
+              "0:invalid input para: 32 < 0. | 0:Get EncryptKey object handle failed, ret = 7. | "
+              "0:Get EncryptKey component failed, ret = 8. | 0:memmove_s fail, ret = 9\n");
+}
+
+// Cut at 97 characters, refused when `size` is too small; the 98-byte working copy is wiped
+// with zeros after every read, whatever the copy did.
+TEST_F(Keys, WorkKey)
+{
+    for (int i = 0; i < 100; ++i) key_ += static_cast<char>('!' + (i * 7) % 90);
+    bspsim::set_work_key(sim(), key_);
+    bspsim::record_quiet(Op::MemsetS);
+    char b[128];
+    const auto get = [&](int32_t size) {
+        std::fill(std::begin(b), std::end(b), 'x');
+        return st(dal_get_encryptkey_workkey("EncryptKey", "WorkKey", b, size), [&] {
+            return std::to_string(strnlen(b, sizeof b)) + (key_.compare(0, strnlen(b, 97), b, strnlen(b, 97)) ? " other" : "");
+        });
+    };
+    EXPECT_EQ(bsptest::joined({st(dal_get_encryptkey_workkey(nullptr, "WorkKey", b, 9) + dal_get_encryptkey_workkey("EncryptKey", nullptr, b, 9) +
+                                  dal_get_encryptkey_workkey("EncryptKey", "WorkKey", nullptr, 9)), get(128), get(97), get(-5),
+                               (sim().fail(Op::DflGetHandle, 1, 3), get(128)), (sim().fail(Op::DalGetString, 1, 4), get(128))}),
+              "-3, 0 97, -1 0, -1 128 other, -1 128 other, -1 128 other");
+    EXPECT_EQ(tr({Op::DalGetString, Op::MemsetS}), bsptest::times(3, "dal_get_string EncryptKey.WorkKey memset_s 98/98=0") +
+              " dal_get_string EncryptKey.WorkKey!4 memset_s 98/98=0");
+    EXPECT_EQ(log_line(), "0:strncpy_s fail, ret = 34\n | 0:strncpy_s fail, ret = 22\n | "
+              "0:Get EncryptKey object handle failed, ret = 3!\n | 0:Get EncryptKey workkey failed, ret = 4!\n");
+}
+
+TEST_F(Files, ThreadIdIsPthreadSelf)
+{
+    std::pair<unsigned long, unsigned long> other;
+    std::thread([&] { other = {dal_get_self_thread_id(), pthread_self()}; }).join();
+    EXPECT_TRUE(dal_get_self_thread_id() == pthread_self() && other.first == other.second && other.first != pthread_self());
+}
+
+// OpenSSL starts once: a second call creates no second lock, not even after a failed start.
+class Openssl : public bsptest::SimTest {
+protected:
+    std::string twice() const { return dal_init_openssl(), dal_init_openssl(), tr({Op::TaskMutexCreate}) + " | " + log_line(); }
+};
+// The library's error texts are there once it started OpenSSL.
+TEST_F(Openssl, Once)
+{
+    EXPECT_EQ(twice(), "task_mutex openssl_lock0 | ");
+    EXPECT_STREQ(ERR_lib_error_string(ERR_PACK(ERR_LIB_EVP, 0, 0)), "digital envelope routines");
+}
+TEST_F(Openssl, LockNameFails) { EXPECT_EQ((sim().fail(Op::SnprintfS), twice()), "task_mutex | 0:Error: copy openssl_lock failed."); }
+TEST_F(Openssl, LockArrayRefused)
+{
+    ASSERT_EQ(CRYPTO_set_mem_functions(
+                  [](size_t n, const char *file, int) { return file && std::strstr(file, "bmc_bsp_dfl") ? nullptr : std::malloc(n); },
+                  [](void *p, size_t n, const char *, int) { return std::realloc(p, n); },
+                  [](void *p, const char *, int) { std::free(p); }), 1);
+    EXPECT_EQ(twice(), " | 0:OPENSSL_malloc mOpensslLockCs failed.");
+}
 
 // The leak check of the sanitized build only sees GLib's allocations when GLib allocates
 // with malloc; with its slice allocator a leaked value stays reachable and passes unseen.

@@ -12,6 +12,7 @@
 #ifndef BMC_BSP_H
 #define BMC_BSP_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -191,6 +192,96 @@ BSP_API int32_t BSP_Get_property_ubyteArry(OBJ_HANDLE handle, const char *proper
  * Returns -1 on any failure, the framework's refusal included. */
 BSP_API int32_t BSP_Set_property_ubyteArry(OBJ_HANDLE handle, const char *property, const uint8_t *data,
                                            int32_t count, uint32_t option);
+
+/* ======================================================= files, keys and crypto */
+
+/* Files read and written whole, the file manager's accessibility test, key material kept as
+ * properties of framework objects, and OpenSSL's start-up. Key material only ever passes
+ * through the caller's buffers; no log line shows it. */
+
+/**
+ * Reads exactly `len` bytes from the start of the existing file `path` into `buf`.
+ * The path (at most 4096 characters) is resolved first: symbolic links, "." and "..".
+ * Returns 0 when all `len` bytes were read, -1 for a null, over-long or unresolvable path, a
+ * file that cannot be opened or a shorter file (each logged). `buf` belongs to the caller; on
+ * failure its contents are unspecified.
+ */
+BSP_API int32_t dal_read_file(const char *path, void *buf, size_t len);
+
+/**
+ * Replaces the contents of the existing file `path` with the `len` bytes of `buf`, then
+ * flushes them to the medium (fsync). Never creates a file: a missing path fails.
+ * Returns 0 once the bytes are on the medium, -1 for a null, over-long or unresolvable path, a
+ * file the platform reports inaccessible, or a failed open, write or flush (each logged). A
+ * failure after the open leaves the file truncated.
+ */
+BSP_API int32_t dal_write_file(const char *path, const void *buf, size_t len);
+
+/**
+ * Whether the file manager's file named by the identifiers `a`, `b` and `c` exists and is
+ * accessible. Returns the platform's answer (1 accessible, 0 not), or 0 without asking when
+ * `a` or `b` is null.
+ */
+BSP_API int32_t dal_get_fm_file_accessible(const char *a, const char *b, uint32_t c);
+
+/**
+ * Copies the key component, the byte-array property `property` of the framework object
+ * `object`, into `buf` of `size` bytes. The component's length is not reported: callers know
+ * it by contract. Returns 0 on success; -1 for a null argument (silently), an unknown object,
+ * an unreadable or empty property, or a component longer than `size` (each logged, never with
+ * key bytes).
+ */
+BSP_API int32_t dal_get_encryptkey_component(const char *object, const char *property, uint8_t *buf, int32_t size);
+
+/**
+ * Copies the work key, the text property `property` of the framework object `object`, into
+ * `buf` of `size` bytes with its terminating zero, cut at 97 characters. The working copy is
+ * wiped before returning, on every path. Returns 0 on success; -1 for a null argument
+ * (silently), an unknown object, an unreadable property, or a `size` too small for the key
+ * (each logged, never with key text).
+ */
+BSP_API int32_t dal_get_encryptkey_workkey(const char *object, const char *property, char *buf, int32_t size);
+
+/** The calling thread's id, the value of pthread_self(). Never fails. */
+BSP_API unsigned long dal_get_self_thread_id(void);
+
+/**
+ * Initialises OpenSSL (ciphers, digests, error strings) and creates the one process lock
+ * named "openssl_lock0" for OpenSSL's users. The first call does the work; later calls
+ * return at once, also after a failed lock allocation (logged), which is not retried.
+ * Meant to be called once at start, from one thread.
+ */
+BSP_API void dal_init_openssl(void);
+
+/* ============================================================ internal UDP channel */
+
+/* The internal network reaches the partner BMC over the point-to-point interface "veth"; the
+ * partner's address is this BMC's own address on it minus one. */
+
+/**
+ * Creates an IPv4 UDP socket bound to "veth" and to `port` on every address, with address
+ * reuse on. Failing options are logged and tolerated; a failed creation or bind is not.
+ * Returns 0 with the descriptor in `*sockfd`, which the caller owns and closes; -1 for a null
+ * `sockfd`, or when the socket cannot be made or bound (logged; nothing stays open).
+ */
+BSP_API int32_t BSP_CreateVethSocket(uint16_t port, int *sockfd);
+
+/**
+ * Writes this BMC's IPv4 address on "veth" into `buf` as dotted text with a trailing
+ * newline, at most `size` - 1 bytes and not terminated: pass a zeroed buffer. Asks the
+ * system's ifconfig afresh on every call. Returns 0 when an address was read; -1 for a null
+ * `buf`, a `size` of 0, or when "veth" has no IPv4 address or the query cannot start (logged).
+ */
+BSP_API int32_t BSP_GetVethIP(char *buf, uint32_t size);
+
+/**
+ * Sends the `len` bytes of `buf` as one datagram from `sockfd` to the partner (this BMC's
+ * "veth" address minus one) on `port`. Bytes 0 and 1 are the message's info type (byte 1 the
+ * high byte), shown in the success line. Returns 0 when the whole datagram was sent; -1 for a
+ * null `buf` or negative `len`, when the own address cannot be had, or when the send fell
+ * short (logged).
+ */
+BSP_API int32_t BSP_SocketWrite(int sockfd, const uint8_t *buf, int32_t len, uint16_t port);
 
 /* ==================================================================== board identity */
 

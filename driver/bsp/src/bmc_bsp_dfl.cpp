@@ -1,16 +1,32 @@
 // Object properties: the typed layer over the management framework. Each wrapper builds or
 // unpacks one GVariant, makes one framework call, releases every value it owns on every path
 // and logs the outcome under the object's name. No GVariant leaves this file.
+//
+// Then the files, key material and crypto start-up the management applications share: whole
+// buffer reads and writes of existing files, the file manager's accessibility test, the two
+// kinds of key material kept as object properties, and OpenSSL's one-time initialisation.
 #include <glib.h>
+#include <openssl/crypto.h>
+#include <openssl/ssl.h>
+#include <pthread.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "bmc_bsp.h"
 #include "core/log.h"
 #include "core/status.h"
 #include "platform/dfl.h"
+#include "platform/misc.h"
 #include "platform/securec.h"
+#include "platform/vos.h"
 
 namespace {
 
@@ -323,6 +339,229 @@ int32_t BSP_Set_property_ubyteArry(OBJ_HANDLE handle, const char *property, cons
         return kErrS;
     }
     return kOkS;
+}
+
+}  // extern "C"
+
+/* ======================================================= files, key material and crypto */
+
+namespace {
+
+// Paths longer than this are refused before the file system sees them.
+constexpr size_t kMaxPathLen = 4096;
+static_assert(PATH_MAX >= kMaxPathLen, "realpath needs room for every accepted path");
+
+// Resolves `path` (symlinks, "." and "..") into `resolved`. False for a null or over-long
+// path, or one the file system cannot resolve (a missing file among them); errno says why.
+bool canonical(const char *path, char (&resolved)[PATH_MAX])
+{
+    if (path == nullptr) {
+        errno = EINVAL;
+        return false;
+    }
+    if (strnlen(path, kMaxPathLen + 1) > kMaxPathLen) {
+        errno = ENAMETOOLONG;
+        return false;
+    }
+    return realpath(path, resolved) != nullptr;
+}
+
+struct CloseFile {
+    void operator()(FILE *f) const { (void)std::fclose(f); }
+};
+using File = std::unique_ptr<FILE, CloseFile>;
+
+// The file manager's paths fit this buffer.
+constexpr uint32_t kFmPathLen = 256;
+
+// The work key is read whole into a buffer of its own, then copied out at most this long.
+constexpr size_t kWorkKeyBufLen = 98;
+constexpr size_t kWorkKeyMaxLen = kWorkKeyBufLen - 1;
+
+// Zeroes the work key's buffer on every way out of the function that read into it.
+class Wiped {
+public:
+    Wiped() = default;
+    ~Wiped() { (void)memset_s(buf_, sizeof buf_, 0, sizeof buf_); }
+    Wiped(const Wiped &) = delete;
+    Wiped &operator=(const Wiped &) = delete;
+    char *data() { return buf_; }
+    static constexpr uint32_t size() { return sizeof buf_; }
+
+private:
+    char buf_[kWorkKeyBufLen] = {};
+};
+
+// OpenSSL is set up once per process and never again, even when the lock array could not be
+// had: a later call does not retry.
+std::atomic<bool> g_openssl_started{false};
+constexpr int kOpensslLocks = 1;
+constexpr size_t kLockNameLen = 32;
+// The lock handles OpenSSL's users share; they live as long as the process.
+uint64_t *mOpensslLockCs = nullptr;
+
+constexpr uint64_t kCryptoInitFlags = OPENSSL_INIT_ADD_ALL_CIPHERS | OPENSSL_INIT_ADD_ALL_DIGESTS;
+constexpr uint64_t kSslInitFlags = OPENSSL_INIT_LOAD_SSL_STRINGS | OPENSSL_INIT_LOAD_CRYPTO_STRINGS;
+static_assert(kCryptoInitFlags == 12 && kSslInitFlags == 0x200002, "OpenSSL's init flags moved");
+
+}  // namespace
+
+extern "C" {
+
+int32_t dal_read_file(const char *path, void *buf, size_t len)
+{
+    char resolved[PATH_MAX];
+    if (!canonical(path, resolved)) {
+        BSP_LOG(kLogError, "%s file path error.", path != nullptr ? path : "(null)");
+        return kErrS;
+    }
+    File f(std::fopen(resolved, "r"));
+    if (!f) {
+        BSP_LOG(kLogError, "Open file %s failed.", resolved);
+        return kErrS;
+    }
+    if (std::fseek(f.get(), 0, SEEK_SET) != 0) {
+        BSP_LOG(kLogError, " fseek file %s failed.", resolved);
+        return kErrS;
+    }
+    // A null buffer reads nothing, and fails as a short read does.
+    const size_t got = buf != nullptr ? std::fread(buf, 1, len, f.get()) : 0;
+    if (got != len) {
+        BSP_LOG(kLogError, "read file %s to buffer failed. ret=%d.", resolved, 0);
+        return kErrS;
+    }
+    return kOkS;
+}
+
+int32_t dal_write_file(const char *path, const void *buf, size_t len)
+{
+    char resolved[PATH_MAX];
+    if (!canonical(path, resolved)) {
+        BSP_LOG(kLogError, "file path error,error no is %d", errno);
+        return kErrS;
+    }
+    if (vos_get_file_accessible(resolved) == 0) {
+        BSP_LOG(kLogError, "%s: file path not exits.", "dal_write_file");
+        return kErrS;
+    }
+    // Refused before "w+" would truncate what the file holds.
+    if (buf == nullptr && len > 0) {
+        BSP_LOG(kLogError, "write file %s to buffer failed. ret=%d.", resolved, 0);
+        return kErrS;
+    }
+    File f(std::fopen(resolved, "w+"));
+    if (!f) {
+        BSP_LOG(kLogError, "Open file %s failed.", resolved);
+        return kErrS;
+    }
+    if (std::fseek(f.get(), 0, SEEK_SET) != 0) {
+        BSP_LOG(kLogError, "fseek file %s failed.", resolved);
+        return kErrS;
+    }
+    if (std::fwrite(buf, 1, len, f.get()) != len) {
+        BSP_LOG(kLogError, "write file %s to buffer failed. ret=%d.", resolved, 0);
+        return kErrS;
+    }
+    // The bytes count as written only once they reached the medium: a full disk shows here.
+    if (std::fflush(f.get()) != 0 || fsync(fileno(f.get())) != 0) {
+        BSP_LOG(kLogError, "sync file %s failed,error no is %d", resolved, errno);
+        return kErrS;
+    }
+    return kOkS;
+}
+
+int32_t dal_get_fm_file_accessible(const char *a, const char *b, uint32_t c)
+{
+    if (a == nullptr || b == nullptr) return 0;
+    // A path the file manager cannot build stays empty, and an empty path is not accessible.
+    char path[kFmPathLen] = {};
+    (void)fm_get_file_path(a, b, c, path, kFmPathLen);
+    return vos_get_file_accessible(path);
+}
+
+// Key material passes through the caller's buffer only: no line below prints a byte of it.
+int32_t dal_get_encryptkey_component(const char *object, const char *property, uint8_t *buf, int32_t size)
+{
+    if (object == nullptr || property == nullptr || buf == nullptr) return kErrS;
+    OBJ_HANDLE handle = 0;
+    int32_t rc = dfl_get_object_handle(object, &handle);
+    if (rc != 0) {
+        BSP_LOG(kLogError, "Get %s object handle failed, ret = %d.", object, rc);
+        return kErrS;
+    }
+    OwnedValue value;
+    rc = dfl_get_property_value(handle, property, value.out());
+    if (rc != 0) {
+        BSP_LOG(kLogError, "Get %s component failed, ret = %d.", object, rc);
+        return kErrS;
+    }
+    // A value that is no byte array holds no component (and is not handed to GLib as one).
+    gsize n = 0;
+    const void *bytes = g_variant_is_of_type(value.get(), G_VARIANT_TYPE_BYTESTRING)
+                            ? g_variant_get_fixed_array(value.get(), &n, sizeof(uint8_t))
+                            : nullptr;
+    if (bytes == nullptr || static_cast<int64_t>(size) < static_cast<int64_t>(n)) {
+        BSP_LOG(kLogError, "invalid input para: %d < %lu.", size, static_cast<unsigned long>(n));
+        return kErrS;
+    }
+    if (int moved = memmove_s(buf, static_cast<size_t>(size), bytes, n); moved != 0) {
+        BSP_LOG(kLogError, "memmove_s fail, ret = %d\n", moved);
+        return kErrS;
+    }
+    return kOkS;
+}
+
+int32_t dal_get_encryptkey_workkey(const char *object, const char *property, char *buf, int32_t size)
+{
+    if (object == nullptr || property == nullptr || buf == nullptr) return kErrS;
+    OBJ_HANDLE handle = 0;
+    int32_t rc = dfl_get_object_handle(object, &handle);
+    if (rc != 0) {
+        BSP_LOG(kLogError, "Get %s object handle failed, ret = %d!\n", object, rc);
+        return kErrS;
+    }
+    // Wiped when this returns, whatever the read or the copy left in it.
+    Wiped work;
+    rc = dal_get_property_value_string(handle, property, work.data(), Wiped::size());
+    if (rc != 0) {
+        BSP_LOG(kLogError, "Get %s workkey failed, ret = %d!\n", object, rc);
+        return kErrS;
+    }
+    // A negative size is no room at all; the copy refuses it.
+    const size_t room = size > 0 ? static_cast<size_t>(size) : 0;
+    if (int copied = strncpy_s(buf, room, work.data(), kWorkKeyMaxLen); copied != 0) {
+        BSP_LOG(kLogError, "strncpy_s fail, ret = %d\n", copied);
+        return kErrS;
+    }
+    return kOkS;
+}
+
+unsigned long dal_get_self_thread_id(void)
+{
+    static_assert(sizeof(pthread_t) == sizeof(unsigned long), "thread ids are handed out as unsigned long");
+    return static_cast<unsigned long>(pthread_self());
+}
+
+void dal_init_openssl(void)
+{
+    if (g_openssl_started.exchange(true)) return;
+    (void)OPENSSL_init_ssl(0, nullptr);
+    (void)OPENSSL_init_crypto(kCryptoInitFlags, nullptr);
+    (void)OPENSSL_init_ssl(kSslInitFlags, nullptr);
+    mOpensslLockCs = static_cast<uint64_t *>(OPENSSL_malloc(kOpensslLocks * sizeof(uint64_t)));
+    if (mOpensslLockCs == nullptr) {
+        BSP_LOG(kLogError, "OPENSSL_malloc mOpensslLockCs failed.");
+        return;
+    }
+    for (int i = 0; i < kOpensslLocks; ++i) {
+        char name[kLockNameLen] = {};
+        if (snprintf_s(name, sizeof name, sizeof name - 1, "openssl_lock%d", i) < 0) {
+            BSP_LOG(kLogError, "Error: copy openssl_lock failed.");
+        }
+        // The lock's creation is not checked: OpenSSL 3 locks for itself, the handle is for
+        // the callers that still take it.
+        (void)vos_thread_mutex_sem4_create(&mOpensslLockCs[i], name);
+    }
 }
 
 }  // extern "C"

@@ -85,7 +85,10 @@ public:
     X(GetSdkVer, "get_sdk_ver")         /* a = first length, b = second length, name = first version */ \
     X(Change, "change")                 /* name = what a device model's unit did ("led frame-locate on") */ \
     X(BoardPower, "board_power")        /* name = what moved the board's power, b = pulse width in ms */ \
-    X(SecMsg, "sec_msg_sendrecv")       /* a = command word, b = bytes sent, value = response code, len = bytes answered */
+    X(SecMsg, "sec_msg_sendrecv")       /* a = command word, b = bytes sent, value = response code, len = bytes answered */ \
+    /* Files, keys and the host's commands. */                                                \
+    X(FmGetFilePath, "fm_get_file_path") /* a = third identifier, name = "A/B" */              \
+    X(Popen, "popen")                   /* name = the command (its start), result = -errno of a failed start */
 
 enum class Op : uint32_t {
 #define BSPSIM_OP_ENUM(id, name) id,
@@ -272,11 +275,21 @@ private:
 //   (the serial port's software flow control after the call)
 //   led frame-locate on  uart 2  pcie off       a unit of a device model changed (Op::Change)
 //   m3 0102=0                                   a secure-core request: command word=response code
+//   memset_s 98/98=0                            count/destination size=fill (see record_quiet)
 //   other calls: the operation's name and the event's name ("dfl_get_prop cpld1.LBus")
 // Suffixes: "!wp" a write that write protection or a read-only register blocked, "!bad" a
 // malformed request, "!unbal" a give without a take, "!CODE" a failed call (injected or not).
 std::string transcript_token(const Event &e);
 std::string transcript(const std::vector<Event> &events);
+
+// The bounded memory functions are not hardware and stay out of the record. A test that must
+// see what one was asked to do (a buffer wiped) has this process record its calls of `op`
+// (MemsetS: a = destination size, b = count, value = fill byte), or stop recording them.
+void record_quiet(Op op, bool on = true);
+
+// The simulated host's own commands (ifconfig of the internal network, see sim/bin) come first
+// in PATH for every process attached to a board; this is the directory they are in.
+std::string tools_dir();
 
 // Process-level helpers for tools.
 // Attaches this process to the persistent instance of `profile` (created when missing) unless

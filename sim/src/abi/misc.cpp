@@ -1,4 +1,6 @@
-// Platform entry points of the SoC's firmware queries.
+// Platform entry points of the SoC's firmware queries and the file manager.
+#include <string>
+
 #include "models/firmware.h"
 #include "platform/misc.h"
 
@@ -31,4 +33,22 @@ BSPSIM_API uint8_t arith_make_crc_checksum(uint8_t init, const uint8_t *data, ui
         for (int bit = 0; bit < 8; ++bit) crc = static_cast<uint8_t>((crc & 0x80) ? (crc << 1) ^ 0x07 : crc << 1);
     }
     return crc;
+}
+
+// The file manager keeps its files under a directory of its own, by two names and a number. On
+// the simulated board that directory is in the instance's own, so tests and tools can put a
+// file there (see fm_path). A path that does not fit `size` fails and leaves `path` empty.
+BSPSIM_API int32_t fm_get_file_path(const char *a, const char *b, uint32_t c, char *path, uint32_t size)
+{
+    Call call(Op::FmGetFilePath, c, {.a = c, .name = std::string(a ? a : "") + "/" + (b ? b : "")});
+    return call.run(a && b && path && size > 0, [&] {
+        std::string built = fm_path(instance_dir(), a, b, c);
+        if (built.size() >= size) {
+            path[0] = '\0';
+            return -1;
+        }
+        built.copy(path, built.size());
+        path[built.size()] = '\0';
+        return 0;
+    });
 }

@@ -64,16 +64,20 @@ BSPSIM_API int memmove_s(void *dest, size_t destMax, const void *src, size_t cou
     return checked_copy(Op::MemmoveS, dest, destMax, src, count, false);
 }
 
+// What it was asked to do is kept for a test that records it (a wipe of key material).
 BSPSIM_API int memset_s(void *dest, size_t destMax, int c, size_t count)
 {
-    if (int32_t code = 0; Call(Op::MemsetS, kAnyKey, {}, true).fault(&code)) return code;
-    if (!dest || destMax == 0) return kErrInvalid;
+    Call call(Op::MemsetS, kAnyKey,
+              {.a = static_cast<uint32_t>(destMax), .b = static_cast<uint32_t>(count), .value = static_cast<uint8_t>(c)},
+              true);
+    if (int32_t code = 0; call.fault(&code)) return code;
+    if (!dest || destMax == 0) return call.done(kErrInvalid);
     if (count > destMax) {
         std::memset(dest, c, destMax);
-        return kErrRange;
+        return call.done(kErrRange);
     }
     std::memset(dest, c, count);
-    return 0;
+    return call.done(0);
 }
 
 BSPSIM_API int strcpy_s(char *dest, size_t destMax, const char *src)

@@ -215,6 +215,13 @@ void detach();
 void attach_board(uint32_t board);
 void remove_instance(const std::string &dir);
 
+// Where the platform's file manager keeps the file it names by `a`, `b` and `c` on a board
+// whose directory is `dir`: DIR/fm/A/B.C.
+std::string fm_path(const std::string &dir, const std::string &a, const std::string &b, uint32_t c);
+
+// Puts the simulated host's commands first in this process's PATH (on attaching to a board).
+void use_host_tools();
+
 // Maps a fixed platform path onto the instance directory ("" when the path is not mapped).
 std::string mapped_path(const char *path);
 // The real C library open behind the interposed one.

@@ -428,6 +428,7 @@ void attach(const std::string &dir)
     g_size = size;
     g_board = board;
     g_dir = dir;
+    use_host_tools();
 }
 
 void attach_board(uint32_t board)

@@ -67,6 +67,8 @@ void capture_log(LogLine::Kind kind, int32_t level, const char *file, int32_t li
 
 namespace {
 thread_local Call *t_current_call = nullptr;
+// Quiet operations this process records all the same (record_quiet).
+std::array<std::atomic<bool>, static_cast<size_t>(Op::Count)> g_recorded_quiet{};
 }
 
 Call::Call(Op op, uint32_t key, Rec rec_in, bool quiet)
@@ -130,7 +132,7 @@ int32_t Call::refuse(int32_t code)
 
 int32_t Call::done(int32_t result)
 {
-    if (quiet_ && !injected) return result;
+    if (quiet_ && !injected && !g_recorded_quiet[static_cast<size_t>(op_)].load(std::memory_order_relaxed)) return result;
     relock();
     event = &record(op_, rec.a, rec.b, rec.value, result, rec.name);
     event->len = rec.len;
@@ -149,6 +151,12 @@ const Model model_core = {.name = "core", .scope = Scope::Enclosure, .size = siz
 namespace bspsim {
 
 using namespace detail;
+
+void record_quiet(Op op, bool on)
+{
+    check_range("operation", static_cast<uint64_t>(op), static_cast<uint64_t>(Op::Count));
+    g_recorded_quiet[static_cast<size_t>(op)].store(on, std::memory_order_relaxed);
+}
 
 const char *op_name(Op op)
 {

@@ -58,6 +58,9 @@ std::string body(const Event &e)
     case Op::Termios: return fmt("%s tty%s%s", e.b ? "tcset" : "tcget", e.value & IXON ? " ixon" : "", e.value & IXOFF ? " ixoff" : "");
     case Op::Change: return e.name;
     case Op::SecMsg: return fmt("m3 %04x=%x", e.a, e.value);
+    // Recorded only on request (record_quiet); an injected failure shows as the bare name, as
+    // the other quiet calls' do.
+    case Op::MemsetS: return e.flags & kFlagInjected ? op_name(e.op) : fmt("memset_s %u/%u=%x", e.b, e.a, e.value);
     case Op::DflBlockRead:
     case Op::DflBlockWrite: return fmt("%s %s@%u+%u", op_name(e.op), e.name.c_str(), e.b, e.len);
     case Op::DflChipByteWrite: return fmt("%s %s@%x&%02x=%02x", op_name(e.op), e.name.c_str(), e.a, e.b, e.value);

@@ -105,6 +105,7 @@ An empty name is refused before any board is looked for, so nothing in the home 
     ssd        list, read or record the SSD online bits
     status     report what board this is
     uart       print or switch the port the BMC's UART is routed to
+    udp        the internal network's UDP channel to the partner BMC
     version    print the versions of the CPLDs, BMC, PCB, boot loader and SDK
     wwn        show the enclosure WWN, or store one made from a MAC
   $ bspctl status --help

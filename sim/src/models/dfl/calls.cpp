@@ -196,13 +196,12 @@ int32_t get_string(Call &&call, OBJ_HANDLE handle, const char *property, char *b
     GVariant *v = nullptr;
     int32_t rc = get_value(std::move(call), handle, property, &v, 0, kPropValue);
     if (rc != 0) return rc;
+    // As the platform's getter: a text longer than the buffer is cut to fit (size - 1
+    // characters and the terminator); only a value that is no text fails.
     int32_t result = -1;
     if (g_variant_is_of_type(v, G_VARIANT_TYPE_STRING) && buf && size > 0) {
-        const char *t = g_variant_get_string(v, nullptr);
-        if (std::strlen(t) < size) {
-            g_strlcpy(buf, t, size);
-            result = 0;
-        }
+        g_strlcpy(buf, g_variant_get_string(v, nullptr), size);
+        result = 0;
     }
     g_variant_unref(v);
     return result;
