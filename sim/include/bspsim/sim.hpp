@@ -84,7 +84,8 @@ public:
     X(GetUbootVer, "get_uboot_ver")     /* a = boot-loader copy, name = version answered */   \
     X(GetSdkVer, "get_sdk_ver")         /* a = first length, b = second length, name = first version */ \
     X(Change, "change")                 /* name = what a device model's unit did ("led frame-locate on") */ \
-    X(BoardPower, "board_power")        /* name = what moved the board's power, b = pulse width in ms */
+    X(BoardPower, "board_power")        /* name = what moved the board's power, b = pulse width in ms */ \
+    X(PerExit, "per_exit")              /* a = request, b = first argument, value = second argument */
 
 enum class Op : uint32_t {
 #define BSPSIM_OP_ENUM(id, name) id,
@@ -308,6 +309,10 @@ void set_log_echo(bool on);
 // Hands every log line this process captures to `observer` as it happens (nullptr: none).
 // Lines of other processes attached to the board are not seen here.
 void set_log_observer(void (*observer)(const LogLine &line));
+// Hands every event recorded (by any process attached to the board) to `observer` as this
+// process records it, with the instance lock held: the observer must not call the simulator.
+// nullptr: none. Events other processes record are not seen here.
+void set_record_observer(void (*observer)(const Event &event));
 // Values the framework handed to this process (property values, method outputs) that are still
 // alive: a caller that releases all it was given brings this back to where it was.
 std::size_t live_values();

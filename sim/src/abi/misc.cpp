@@ -1,4 +1,5 @@
-// Platform entry points of the SoC's firmware queries.
+// Platform entry points of the SoC's firmware queries and of the BMC's exit handler.
+#include "models/bmc.h"
 #include "models/firmware.h"
 #include "platform/misc.h"
 
@@ -31,4 +32,9 @@ BSPSIM_API uint8_t arith_make_crc_checksum(uint8_t init, const uint8_t *data, ui
         for (int bit = 0; bit < 8; ++bit) crc = static_cast<uint8_t>((crc & 0x80) ? (crc << 1) ^ 0x07 : crc << 1);
     }
     return crc;
+}
+
+BSPSIM_API int32_t per_exit(uint32_t request, uint32_t arg1, uint32_t arg2)
+{
+    return bmc::exit_request({Op::PerExit, request}, request, arg1, arg2);
 }

@@ -30,7 +30,10 @@ typedef struct _GVariant GVariant;
     X(psu)               \
     X(board_power)       \
     X(slots)             \
-    X(mastership)
+    X(mastership)        \
+    X(ge_switch)         \
+    X(bmc)               \
+    X(host_reset)
 
 namespace bspsim::detail {
 

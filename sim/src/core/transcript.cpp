@@ -57,6 +57,7 @@ std::string body(const Event &e)
     case Op::BoardPower: return fmt("power %s %ums", e.name.c_str(), e.b);
     case Op::Termios: return fmt("%s tty%s%s", e.b ? "tcset" : "tcget", e.value & IXON ? " ixon" : "", e.value & IXOFF ? " ixoff" : "");
     case Op::Change: return e.name;
+    case Op::PerExit: return fmt("per_exit %u %u %u", e.a, e.b, e.value);
     case Op::DflBlockRead:
     case Op::DflBlockWrite: return fmt("%s %s@%u+%u", op_name(e.op), e.name.c_str(), e.b, e.len);
     case Op::DflChipByteWrite: return fmt("%s %s@%x&%02x=%02x", op_name(e.op), e.name.c_str(), e.a, e.b, e.value);

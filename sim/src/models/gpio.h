@@ -9,6 +9,8 @@ namespace bspsim::detail::gpio {
 int32_t init(Call &&call, uint32_t pin, uint32_t direction);
 int32_t read(Call &&call, uint32_t pin, uint8_t *value, uint32_t flags);
 int32_t write(Call &&call, uint32_t pin, uint8_t value);
+// Lock held. The SoC was reset: every pin is an input again, not set up; levels stay.
+void soc_reset();
 
 }  // namespace bspsim::detail::gpio
 

@@ -1,0 +1,231 @@
+// Reset and reboot: the host CPU's hard and soft resets, the flags the CPLD keeps, the
+// soft-reset notification, and the BMC's reboot with its hand-over.
+#include <string>
+#include <vector>
+
+#include "bspsim/ge_switch.hpp"
+#include "bspsim/mastership.hpp"
+#include "bspsim/tty.hpp"
+#include "platform/vos.h"
+#include "test_helpers.h"
+
+namespace {
+// This build answers 0 to both; the library asks them through their exported names, so these
+// definitions stand in for them and let a case play a manufacturing build or an early board.
+bool g_manu_build = false;
+bool g_es_board = false;
+}  // namespace
+extern "C" uint32_t BSP_IsManuVersion(void) { return g_manu_build ? 1 : 0; }
+extern "C" uint32_t BSP_IsEsBoard(void) { return g_es_board ? 1 : 0; }
+
+namespace {
+
+using bspsim::Op;
+using bsptest::CallCase, bsptest::calls, bsptest::res, bsptest::PrintTo;
+using B = bspsim::Board;
+uint8_t *const g = bsptest::g_out;
+
+// Calls, then the byte they left in g_out.
+#define WITH_OUT(...) [](B &) { return calls({__VA_ARGS__}, 1); }
+
+using ResetCall = bsptest::CallTest;
+TEST_P(ResetCall, ShowsWhatItDid) { run(); }
+
+const std::string kNotify = "P38 wr 1a4&01=1 rd 1a3=00 wr 1a3=06 delay 10 wr 1a3=00 wr 1a4&01=0 V38";
+
+const CallCase kCases[] = {
+    {.name = "ResetType", .regs = {{0xEB, 0xFF}}, .call = BSP_CALLS(BSP_GetResetType()), .out = "1",
+     .trace = "rd eb&01=1"},
+    {.name = "ResetTypeUnreadIsZero", .regs = {{0xEB, 0xFF}}, .faults = {{Op::LocalBusRead}},
+     .call = BSP_CALLS(BSP_GetResetType()), .out = "ok", .trace = "rd eb&01=0!-1", .log = "0:read cpld error."},
+    {.name = "SetResetTypeOnlyZeroOrOne", .call = [](B &) { BSP_SetResetType(2); BSP_SetResetType(1); BSP_SetResetType(0); return std::string("ok"); },
+     .trace = "wr eb&01=1 wr eb&01=0"},
+    // The OS boot flag is cut to its low three bits, also after a failed read.
+    {.name = "OsBootFlag", .regs = {{0xED, 0xFD}}, .call = WITH_OUT(BSP_GetOsBootFlag(g)), .out = "ok 05",
+     .trace = "rd ed=fd"},
+    {.name = "OsBootFlagUnread", .faults = {{Op::LocalBusRead}}, .call = WITH_OUT(BSP_GetOsBootFlag(g), BSP_GetOsBootFlag(nullptr)),
+     .out = "err err 06", .trace = "rd ed=00!-1", .log = "0:read cpld byte error."},
+    {.name = "BootStatus", .regs = {{0x1F0, 0x0B}},
+     .call = BSP_CALLS(BSP_GetBmcBootStatus(0), BSP_GetBmcBootStatus(2), BSP_GetBmcBootStatus(3), BSP_GetBmcBootStatus(4)),
+     .out = "1 ok 1 ok", .trace = "rd 1f0&01=1 rd 1f0&04=0 rd 1f0&08=1", .log = "0:Input para put of range(4)"},
+    {.name = "UpStatusOfAnyRegister", .regs = {{0x100, 0x04}}, .faults = {{Op::LocalBusRead, 1, -1, 0x100, 1}},
+     .call = BSP_CALLS(BSP_GetBmcOrCtrlUpStatus(0x100, 2), BSP_GetBmcOrCtrlUpStatus(0x100, 2), BSP_GetBmcOrCtrlUpStatus(0x100, 9)),
+     .out = "1 ok ok", .trace = "rd 100&04=1 rd 100&04=0!-1",
+     .log = "0:read cpld error. | 0:Read cpld addr(0x100) bit(2) failed(-1) | 0:Input para put of range(9)"},
+    {.name = "SmmOsBootFlag", .call = BSP_CALLS(BSP_vSmmSetOsBootFlag(0x5A)), .trace = "wr 158=5a"},
+    {.name = "SmmOsBootFlagWriteFails", .faults = {{Op::LocalBusWrite}}, .call = BSP_CALLS(BSP_vSmmSetOsBootFlag(0x5A)),
+     .out = "err", .trace = "wr 158=5a!-1", .log = "0:write add :158  data: 5a cpld error."},
+    // The notification holds semaphore 38 over the read-modify-write; a failed give still counts
+    // as done, a failed take is passed on and touches nothing.
+    {.name = "Notify", .regs = {{0x1A3, 0x09}}, .call = BSP_CALLS(BSP_NotifySoftResetByCpld()),
+     .trace = "P38 wr 1a4&01=1 rd 1a3=09 wr 1a3=0f delay 10 wr 1a3=09 wr 1a4&01=0 V38"},
+    {.name = "NotifyGiveFails", .faults = {{Op::SemV, 1, -4}}, .call = BSP_CALLS(BSP_NotifySoftResetByCpld()),
+     .trace = kNotify.substr(0, kNotify.size() - 3) + "V38!-4", .log = "0:Soft reset by cpld sem_v operation failed(ret=-4)"},
+    {.name = "NotifyTakeFails", .faults = {{Op::SemP, 1, -3}}, .call = BSP_CALLS(BSP_NotifySoftResetByCpld()),
+     .out = "-3", .trace = "P38!-3", .log = "0:Soft reset by cpld sem_p operation failed(ret=-3)"},
+    // The enable could not be opened: the CPLD refuses the notification; the call goes on.
+    {.name = "NotifyWhileDisabled", .faults = {{Op::LocalBusWrite, 1, -1, 0x1A4}}, .call = BSP_CALLS(BSP_NotifySoftResetByCpld()),
+     .trace = "P38 wr 1a4&01=1!-1 rd 1a3=00 wr 1a3=06!wp delay 10 wr 1a3=00!wp wr 1a4&01=0 V38", .log = "0:write add :1a4  data: 1 cpld error."},
+};
+BSP_CASES(Rst, ResetCall, kCases);
+
+using Rst = bsptest::SimTest;
+
+// The CPLD sees the notification once, and a write past the closed enable is refused.
+TEST_F(Rst, NotificationReachesTheCpld)
+{
+    known_board();
+    EXPECT_EQ(BSP_NotifySoftResetByCpld(), 0u);
+    EXPECT_EQ(BSP_WriteCpldByte(0x1A3, 0x06), 0u);  // the enable is closed again
+    EXPECT_EQ(tr({Op::Change}), "soft-reset notification");
+    EXPECT_EQ(events(Op::LocalBusWrite).back().flags & bspsim::kFlagBlocked, bspsim::kFlagBlocked);
+}
+
+// Soft reset: a failure at each of its five writes in turn. The pulse runs to its end and the
+// protection is restored unless that very write failed; the result is step 3's failure, else
+// step 2's, and step 2's line deliberately prints 0.
+TEST_F(Rst, SoftResetRestoresTheProtectionAfterEachFailedStep)
+{
+    known_board();
+    const std::string failed = "0:Write cpld(0xe7) to reset os failed, ret(";
+    const std::string done = "1:SoftReset CPU by cpld(0xe7).";
+    const std::string reset = "host reset by cpld 0xe7, 10 ms";
+    auto hub = [](const char *write) { return "0:write add :" + std::string(write) + " cpld error. | "; };
+    struct Step {
+        std::string out, log;
+        bool resets;
+        int protect;
+    };
+    const std::vector<Step> steps = {
+        {"ok", done, true, 0x40},
+        {"err", hub("e8  data: 0") + "0:Close write protection(0xe8) of system reset failed, ret(-1).", false, 0x40},
+        {"err", hub("e7  data: 1") + failed + "0). | " + done, true, 0x40},
+        {"err", hub("e7  data: 0") + failed + "-1). | " + done, false, 0x40},
+        {"ok", hub("e7  data: 1") + failed + "-1). | " + done, false, 0x40},
+        {"ok", hub("e8  data: 1") + "0:Open write protection(0xe8) of system reset failed, ret(-1). | " + done, true, 0x00},
+    };
+    for (size_t fail_at = 0; fail_at < steps.size(); ++fail_at) {
+        SCOPED_TRACE("failing write " + std::to_string(fail_at));
+        sim().reset();
+        if (fail_at > 0) sim().fail(Op::LocalBusWrite, 1, -1, bspsim::kAnyKey, static_cast<uint32_t>(fail_at - 1));
+        EXPECT_EQ(res(BSP_SoftResetCpu()), steps[fail_at].out);
+        EXPECT_EQ(log_line(), steps[fail_at].log);
+        EXPECT_EQ(sim().reg(0xE8) & 0x40, steps[fail_at].protect);
+        EXPECT_EQ(tr({Op::Change}), steps[fail_at].resets ? reset : "");
+        if (fail_at < 2) {
+            EXPECT_EQ(tr({Op::LocalBusWrite, Op::Delay}),
+                      fail_at ? "wr e8&40=0!-1" : "wr e8&40=0 wr e7&40=1 delay 10 wr e7&40=0 delay 10 wr e7&40=1 wr e8&40=1");
+        }
+    }
+}
+
+class Rst4U : public bsptest::SimTest {
+    std::string profile() const override { return "4u4c"; }
+};
+
+// Over SPI a failed write passes its own status up: the falling edge's failure wins over the
+// rising edge's, which is the result when it fails alone.
+TEST_F(Rst4U, SoftResetResultPrefersTheFallingEdge)
+{
+    known_board();
+    sim().fail(Op::DflChipByteWrite, 5, -5, 0xE7);
+    sim().fail(Op::DflChipByteWrite, 5, -7, 0xE7);
+    EXPECT_EQ(res(BSP_SoftResetCpu()), "-7");
+    EXPECT_EQ(log_line(), "0:Write cpld(0xe7) to reset os failed, ret(0). | 0:Write cpld(0xe7) to reset os failed, ret(-7). | "
+                          "1:SoftReset CPU by cpld(0xe7).");
+    sim().fail(Op::DflChipByteWrite, 5, -5, 0xE7);
+    EXPECT_EQ(res(BSP_SoftResetCpu()), "-5");
+}
+
+// Hard reset, per board id as the library's table lists them (line 0: no line known).
+struct HardCase {
+    const char *name;
+    uint8_t board;
+    uint8_t line;
+    bool es = false;
+};
+const HardCase kHard[] = {
+    {"Board00", 0x00, 141}, {"Board00Es", 0x00, 61, true}, {"Board03", 0x03, 141}, {"Board03Es", 0x03, 61, true},
+    {"Board05", 0x05, 58}, {"Board06", 0x06, 58}, {"Board09", 0x09, 58}, {"Board09Es", 0x09, 58, true},
+    {"Board0A", 0x0A, 141}, {"Board11", 0x11, 31}, {"Board12", 0x12, 31}, {"Board14", 0x14, 31},
+    {"Board1D", 0x1D, 31}, {"Board22", 0x22, 31}, {"Board24", 0x24, 31}, {"Board27", 0x27, 31},
+    {"Board71", 0x71, 31}, {"Board95", 0x95, 31}, {"Board99", 0x99, 31}, {"Board2E", 0x2E, 1},
+    {"Board33", 0x33, 1}, {"Board35", 0x35, 1}, {"Board07", 0x07, 0},
+};
+class HardReset : public bsptest::SimTestWithParam<HardCase> {};
+TEST_P(HardReset, PulsesTheBoardsLine)
+{
+    const HardCase &c = GetParam();
+    g_es_board = c.es;
+    known_board(c.board);
+    g[0] = 0xEE;
+    const uint8_t line = c.line ? c.line : 0xEE;  // an unknown board leaves the line untouched
+    char out[8];
+    std::snprintf(out, sizeof out, " %02x", line);
+    EXPECT_EQ(res(BSP_GetHardResetCpuGPIO(g), 1), (c.line ? "ok" : "err") + std::string(out));
+    const std::string found = "1:Get board " + std::to_string(c.board) + " reset cpu gpio is ";
+    EXPECT_EQ(log_line(), found + std::to_string(line) + ".");
+    forget();
+    EXPECT_EQ(res(BSP_HardResetCpu()), c.line ? "ok" : "err");
+    const std::string l = std::to_string(c.line);
+    EXPECT_EQ(tr({Op::GpioInit, Op::GpioWrite, Op::Delay, Op::Change}),
+              c.line ? "gi " + l + "=out gw " + l + "=1 delay 100 gi " + l + "=out gw " + l + "=0 delay 10 gi " + l +
+                           "=in host reset by gpio " + l + ", 100 ms"
+                     : "");
+    EXPECT_EQ(log_line(), found + std::to_string(c.line) + "." + (c.line ? "" : " | 0:Get reset cpu gpio failed."));
+}
+BSP_CASES(Rst, HardReset, kHard);
+
+TEST_F(Rst, HardResetLineNeedsTheBoardId)
+{
+    sim().fail(Op::DevOpen, 3);
+    g[0] = 0xEE;
+    EXPECT_EQ(res(BSP_GetHardResetCpuGPIO(g), 1), "err ee");
+    EXPECT_EQ(BSP_GetHardResetCpuGPIO(nullptr), bsptest::kErr);
+    EXPECT_EQ(log_line().find("reset cpu gpio"), std::string::npos);
+}
+
+// The SMM's OS boot flag is written only by a board that can tell its type.
+TEST_F(Rst, SmmOsBootFlagGate)
+{
+    sim().fail(Op::DevOpen, 3);
+    EXPECT_EQ(BSP_vSmmSetOsBootFlag(5), bsptest::kErr);
+    EXPECT_EQ(count(Op::LocalBusWrite), 0u);
+}
+
+TEST_F(Rst, OnlyRequestsTwoAndFourReachTheExitHandler)
+{
+    for (uint32_t request : {0u, 1u, 2u, 3u, 4u, 5u}) EXPECT_EQ(BSP_RebootRequestProcess(request, 7, 9), 0u);
+    EXPECT_EQ(tr(), "per_exit 2 7 9 per_exit 4 7 9");
+}
+
+// A manufacturing build on a CPLD that fails its self test refuses every reboot request: the
+// refusal is logged at most once per 180000 ticks, and not in the first 180000 after start.
+TEST_F(Rst, FlexibleRebootDiscardsOnAFailedCpld)
+{
+    known_board();
+    g_manu_build = true;
+    sim().fail(Op::LocalBusRead, 1000, -1, 0x24A);  // CPLD 1's test register cannot be read
+    // The request whose tick (taken after the self test) is `tick` ticks after the first one's.
+    uint64_t first = 0;
+    auto ask_at = [&](uint64_t tick) {
+        if (first != 0) vos_task_delay(static_cast<uint32_t>(first + tick - sim().now_ms()));
+        if (first == 0) first = sim().now_ms();
+        forget();
+        std::string out = res(BSP_RebootBmcFlexibly(7));
+        for (const auto &l : sim().logs())
+            if (l.text.starts_with("Caller")) out += " " + std::to_string(l.level) + ":" + l.text;
+        return out + (count(Op::DflReboot) ? " rebooted" : "");
+    };
+    const std::string refused = "-9597", logged = "-9597 1:Caller7's reboot-bmc cmd is discarded.";
+    EXPECT_EQ(ask_at(0), refused);
+    EXPECT_EQ(ask_at(180000 - first), refused) << "the first 180000 ticks count from 0";
+    EXPECT_EQ(ask_at(180001 - first), logged);
+    EXPECT_EQ(ask_at(180001 - first), refused);
+    EXPECT_EQ(ask_at(360001 - first), refused);
+    EXPECT_EQ(ask_at(360002 - first), logged);
+    sim().clear_faults();
+    EXPECT_EQ(ask_at(360003 - first), "ok 1:Caller7 reboot bmc. rebooted");
+}
+
+}  // namespace
