@@ -228,4 +228,87 @@ TEST_F(Rst, FlexibleRebootDiscardsOnAFailedCpld)
     EXPECT_EQ(ask_at(360003 - first), "ok 1:Caller7 reboot bmc. rebooted");
 }
 
+// The reboot's hand-over as it happens, in order, on each kind of board.
+struct RebootCase {
+    const char *name;
+    const char *profile = "default";
+    int master = 0;  // the slot that is master (-1: none)
+    bool switch_never_stops = false;
+    std::vector<bsptest::Fault> faults = {};
+    std::string story, log = "";
+};
+class Reboot : public bsptest::SimTestWithParam<RebootCase> {
+    std::string profile() const override { return GetParam().profile; }
+};
+TEST_P(Reboot, HandsOverThenReboots)
+{
+    const RebootCase &c = GetParam();
+    known_board();
+    (void)BSP_IsSmmBoard();
+    bspsim::set_master(c.master);
+    bspsim::set_switch_stop(1, c.switch_never_stops);
+    sim().set_ram(0xD970, 0x5A);
+    struct termios t = bspsim::tty_attr(sim());
+    t.c_iflag |= IXON | IXOFF;
+    bspsim::set_tty_attr(sim(), t);
+    forget();
+    for (const auto &f : c.faults) sim().fail(f.op, f.count, f.code, f.key, f.skip);
+    BSP_RebootBmc();
+    // The steps, without the CPLD's own lookups and the role read's 10 ms debounce.
+    const std::string steps = std::regex_replace(
+        tr({Op::SemP, Op::DflGetHandle, Op::DflCallMethod, Op::Delay, Op::Termios, Op::DevIoctl, Op::DflReboot, Op::Change}),
+        std::regex("(dfl_get_handle cpld1|delay 10) "), "");
+    EXPECT_EQ(steps + oplog(), c.story);
+    EXPECT_EQ(log_line(), c.log);
+    EXPECT_EQ(sim().ram(0xD970), 0);
+    EXPECT_EQ(bspsim::tty_attr(sim()).c_iflag & (IXON | IXOFF), static_cast<tcflag_t>(IXOFF)) << "the console's IXON is off";
+    EXPECT_EQ(bspsim::master_slots(), c.master == 1 ? 2 : 0) << "a rebooted BMC holds no role";
+}
+// The RAM marker under semaphore 29 first; the console and the reboot last.
+const std::string kMarker = "P29 ";
+const std::string kAbandon = "P20 delay 500 master none ";
+const std::string kPcieOff = "pcie partial pcie off ";
+const std::string kConsole = "tcget tty ixon ixoff tcset tty ixoff ioctl:tty 540a=3 tty start sent dfl_reboot ";
+const std::string kOpBegin = " | op1:Begin to reboot bmc with disable watch dog";
+const std::string kOpAbandoned = kOpBegin + " | op1:Abandon master success[0]";
+const std::string kSwitchSet = "dfl_get_handle GeSwitchObj dfl_call_method GeSwitchObj.SetWtdFlag";
+const std::string kSwitchArmed = kSwitchSet + " switch stop requested delay 1000 dfl_get_handle GeSwitchObj ";
+const std::string kSwitchPoll = "dfl_call_method GeSwitchObj.GetWtdFlag ";
+const RebootCase kReboots[] = {
+    {.name = "MasterOf2U", .story = kMarker + kAbandon + kPcieOff + kConsole + "bmc reboot 1" + kOpAbandoned},
+    {.name = "SlaveOf2U", .master = 1, .story = kMarker + kPcieOff + kConsole + "bmc reboot 1" + kOpBegin},
+    // The role cannot be read: nothing is given up by the library (the reboot itself releases
+    // it), and the reboot goes on.
+    {.name = "RoleUnread", .faults = {{Op::LocalBusRead, 20, -1, 0xDF}, {Op::LocalBusRead, 20, -1, 0xE4}},
+     .story = kMarker + kPcieOff + kConsole + "master none bmc reboot 1" + kOpBegin,
+     .log = "0:read cpld byte error. | 0:read cpld byte error. | 1:Get Board MAS or SLV State Failed [-1]"},
+    {.name = "MasterOf4U4C", .profile = "4u4c",
+     .story = kMarker + kSwitchArmed + kSwitchPoll + "delay 1000 " + kSwitchPoll + "switch watchdog stopped " + kAbandon +
+              kPcieOff + kConsole + "bmc reboot 1" + kOpAbandoned,
+     .log = "1:BMC reset after geswitch stop watchdog"},
+    {.name = "SwitchNeverStops", .profile = "4u4c", .switch_never_stops = true,
+     .story = kMarker + kSwitchArmed + bsptest::times(5, kSwitchPoll + "delay 1000", " ") + " " + kAbandon + kPcieOff +
+              kConsole + "bmc reboot 1" + kOpAbandoned,
+     .log = "1:BSP wait 5s geswitch stop watchdog now reset"},
+    // No wait when the request could not be made.
+    {.name = "SwitchUnreachable", .profile = "4u4c", .faults = {{Op::DflCallMethod}},
+     .story = kMarker + kSwitchSet + "!-1 " + kAbandon + kPcieOff + kConsole + "bmc reboot 1" + kOpAbandoned,
+     .log = "0:Set geswitch watchdog flag failed(ret=-1)"},
+    {.name = "Smm", .profile = "smm", .master = -1, .story = kMarker + kConsole + "bmc reboot 1" + kOpBegin},
+};
+BSP_CASES(Rst, Reboot, kReboots);
+
+// The console: a device that cannot be opened is left alone; a failed START is logged and the
+// device still closed.
+TEST_F(Rst, ConsoleFailures)
+{
+    sim().fail(Op::DevOpen, 1, -1, static_cast<uint32_t>(bspsim::Device::TtyS0));
+    BSP_CloseIXON();
+    sim().fail(Op::DevIoctl, 1, -1, 0x540A);
+    BSP_CloseIXON();
+    EXPECT_EQ(log_line(), "0:Open tty dev failed, fd(-1) | 0:Ioctl failed, ret(-1).");
+    EXPECT_EQ(tr(), "open tty!-1 open tty tcget tty tcset tty ioctl:tty 540a=3!-1 close tty");
+    EXPECT_EQ(bspsim::tty_starts_sent(sim()), 0u);
+}
+
 }  // namespace

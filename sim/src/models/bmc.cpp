@@ -38,7 +38,8 @@ int32_t reboot(Call &&call)
     return call.run(true, [] {
         mastership_board_rebooted(board_index());
         gpio::soc_reset();
-        record_change(0, ++st().reboots, "bmc reboot " + std::to_string(st().reboots));
+        const uint32_t n = ++st().reboots;
+        record_change(0, n, "bmc reboot " + std::to_string(n));
         return 0;
     });
 }
