@@ -10,6 +10,7 @@ namespace bspctl {
 
 int sim_psu(const Options &opts, const Args &args);    // cmd_psu.cpp
 int sim_board(const Options &opts, const Args &args);  // cmd_master.cpp
+int sim_switch(const Options &opts, const Args &args);  // cmd_watchdog.cpp
 
 namespace {
 
@@ -32,7 +33,8 @@ int run(const Options &opts, const Args &args)
     if (!args.empty() && args[0] == "psu") return sim_psu(opts, Args(args.begin() + 1, args.end()));
     if (!args.empty() && args[0] == "rail") return rail(args);
     if (!args.empty() && args[0] == "board") return sim_board(opts, Args(args.begin() + 1, args.end()));
-    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu|rail|board", "sim");
+    if (!args.empty() && args[0] == "switch") return sim_switch(opts, Args(args.begin() + 1, args.end()));
+    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu|rail|board|switch", "sim");
     if (args[0] == "reset") {
         std::string dir = bspsim::reset_persistent(opts.profile);
         if (opts.json) {
@@ -60,14 +62,15 @@ int run(const Options &opts, const Args &args)
         }
         return 0;
     }
-    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where|psu|rail|board)", "sim");
+    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where|psu|rail|board|switch)", "sim");
 }
 
-const Register reg({"sim", "manage the simulated board (reset, profiles, where, psu, rail, board)",
+const Register reg({"sim", "manage the simulated board (reset, profiles, where, psu, rail, board, switch)",
                     "usage: bspctl [-p PROFILE] [--json] sim reset|profiles|where\n"
                     "       bspctl [-p PROFILE] [--json] sim psu N present|absent|alarm|ok|fail|glitch [COUNT]\n"
                     "       bspctl [-p PROFILE] [--json] sim rail REG BIT 0|1|free\n"
                     "       bspctl [-p PROFILE] [--json] sim board add|remove SLOT\n"
+                    "       bspctl [-p PROFILE] [-b SLOT] [--json] sim switch slow N|never|ok\n"
                     "  reset     restore the board of PROFILE (or of BSPSIM_INSTANCE) from its profile\n"
                     "  profiles  list the shipped board profiles\n"
                     "  where     print the directory of the simulated board\n"
@@ -75,7 +78,9 @@ const Register reg({"sim", "manage the simulated board (reset, profiles, where, 
                     "            alarm) or ok again, or make its next COUNT (1) reads show an invalid code\n"
                     "  rail      hold a rail or front power bit of the board at 0 or 1, or let it go\n"
                     "  board     put a controller board into SLOT (0 to 3) or take it out; one taken\n"
-                    "            out is master no more\n",
+                    "            out is master no more\n"
+                    "  switch    make the board's switch answer \"pending\" to the next N polls after a\n"
+                    "            stop request, or for good, or stop at once (4U4C enclosures)\n",
                     run});
 
 }  // namespace
