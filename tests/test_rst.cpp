@@ -275,26 +275,26 @@ const std::string kSwitchSet = "dfl_get_handle GeSwitchObj dfl_call_method GeSwi
 const std::string kSwitchArmed = kSwitchSet + " switch stop requested delay 1000 dfl_get_handle GeSwitchObj ";
 const std::string kSwitchPoll = "dfl_call_method GeSwitchObj.GetWtdFlag ";
 const RebootCase kReboots[] = {
-    {.name = "MasterOf2U", .story = kMarker + kAbandon + kPcieOff + kConsole + "bmc reboot 1" + kOpAbandoned},
-    {.name = "SlaveOf2U", .master = 1, .story = kMarker + kPcieOff + kConsole + "bmc reboot 1" + kOpBegin},
+    {.name = "MasterOf2U", .story = kMarker + kAbandon + kPcieOff + kConsole + "bmc reboot" + kOpAbandoned},
+    {.name = "SlaveOf2U", .master = 1, .story = kMarker + kPcieOff + kConsole + "bmc reboot" + kOpBegin},
     // The role cannot be read: nothing is given up by the library (the reboot itself releases
     // it), and the reboot goes on.
     {.name = "RoleUnread", .faults = {{Op::LocalBusRead, 20, -1, 0xDF}, {Op::LocalBusRead, 20, -1, 0xE4}},
-     .story = kMarker + kPcieOff + kConsole + "master none bmc reboot 1" + kOpBegin,
+     .story = kMarker + kPcieOff + kConsole + "master none bmc reboot" + kOpBegin,
      .log = "0:read cpld byte error. | 0:read cpld byte error. | 1:Get Board MAS or SLV State Failed [-1]"},
     {.name = "MasterOf4U4C", .profile = "4u4c",
      .story = kMarker + kSwitchArmed + kSwitchPoll + "delay 1000 " + kSwitchPoll + "switch watchdog stopped " + kAbandon +
-              kPcieOff + kConsole + "bmc reboot 1" + kOpAbandoned,
+              kPcieOff + kConsole + "bmc reboot" + kOpAbandoned,
      .log = "1:BMC reset after geswitch stop watchdog"},
     {.name = "SwitchNeverStops", .profile = "4u4c", .switch_never_stops = true,
      .story = kMarker + kSwitchArmed + bsptest::times(5, kSwitchPoll + "delay 1000", " ") + " " + kAbandon + kPcieOff +
-              kConsole + "bmc reboot 1" + kOpAbandoned,
+              kConsole + "bmc reboot" + kOpAbandoned,
      .log = "1:BSP wait 5s geswitch stop watchdog now reset"},
     // No wait when the request could not be made.
     {.name = "SwitchUnreachable", .profile = "4u4c", .faults = {{Op::DflCallMethod}},
-     .story = kMarker + kSwitchSet + "!-1 " + kAbandon + kPcieOff + kConsole + "bmc reboot 1" + kOpAbandoned,
+     .story = kMarker + kSwitchSet + "!-1 " + kAbandon + kPcieOff + kConsole + "bmc reboot" + kOpAbandoned,
      .log = "0:Set geswitch watchdog flag failed(ret=-1)"},
-    {.name = "Smm", .profile = "smm", .master = -1, .story = kMarker + kConsole + "bmc reboot 1" + kOpBegin},
+    {.name = "Smm", .profile = "smm", .master = -1, .story = kMarker + kConsole + "bmc reboot" + kOpBegin},
 };
 BSP_CASES(Rst, Reboot, kReboots);
 

@@ -31,9 +31,7 @@ typedef struct _GVariant GVariant;
     X(board_power)       \
     X(slots)             \
     X(mastership)        \
-    X(ge_switch)         \
-    X(bmc)               \
-    X(host_reset)
+    X(ge_switch)
 
 namespace bspsim::detail {
 

@@ -7,7 +7,9 @@
 //    nothing, so a peer can grab at once, and this board comes back as slave;
 //  - the SoC's GPIO pins are back to inputs, not set up, as the SoC's reset leaves them (the
 //    levels the board's straps and peers hold stay);
-//  - it is recorded as "bmc reboot N" (N the reboots of this board so far).
+//  - it is recorded as "bmc reboot".
+// The BMC keeps no state of its own here, so this is no registered model: it acts on the
+// models that a reboot touches.
 // What stays is what does not belong to the BMC: the CPLD's registers and RAM (the CPLD stays
 // powered, so the reboot marker in its RAM is as the library left it), the supplies and the
 // power of the host, the switch (its watchdog stays as the hand-over left it), the framework's
@@ -17,29 +19,17 @@
 // the processes of a freshly booted BMC do.
 #include "models/bmc.h"
 
-#include <string>
-
 #include "models/gpio.h"
 #include "models/mastership.h"
 
 namespace bspsim::detail::bmc {
-namespace {
-
-struct State {
-    uint32_t reboots;
-};
-
-State &st() { return region<State>(ModelId::bmc); }
-
-}  // namespace
 
 int32_t reboot(Call &&call)
 {
     return call.run(true, [] {
         mastership_board_rebooted(board_index());
         gpio::soc_reset();
-        const uint32_t n = ++st().reboots;
-        record_change(0, n, "bmc reboot " + std::to_string(n));
+        record_change(0, 0, "bmc reboot");
         return 0;
     });
 }
@@ -51,7 +41,3 @@ int32_t exit_request(Call &&call, uint32_t request, uint32_t arg1, uint32_t arg2
 }
 
 }  // namespace bspsim::detail::bmc
-
-namespace bspsim::detail {
-const Model model_bmc = {.name = "bmc", .scope = Scope::Board, .size = sizeof(bmc::State)};
-}

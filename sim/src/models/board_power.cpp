@@ -16,6 +16,9 @@
 //  - the AC interrupt 0x1A0 bit 0, writable while 0x1A1 bit 0 is 1: a pulse 0 then 1 resets the
 //    system as an AC loss would. The board comes back on at once (the supplies never went away),
 //    and the loss is left in the abnormal power-down record.
+//  - the soft-reset notification 0x1A3 bits 1 and 2, writable only while their write enable
+//    0x1A4 bit 0 is 1: setting both notifies the CPLD of a soft reset of the host ("soft-reset
+//    notification"), clearing them ends it.
 //  - the AC-off request 0xC8 bit 0: 1 cuts the board's power (off, recorded as an AC loss), 0
 //    gives it back (on). A loss also sets the power register 0xC2 bit 2; a 1 written to 0xC4 bit 2
 //    clears it.
@@ -25,6 +28,9 @@
 //    stored into the register file rather than rendered: 0x40 doubles as an interrupt register
 //    that other code reads and sets, so they stay plain bytes the model fills.
 //  - the sys-up bits 0x1B0, held here (profile: sysup=BYTE).
+// The host's other reset flags stay plain registers, set by the profile or the back door: the
+// reset type 0xEB bit 0, the OS boot flag 0xED bits 0-2, the SMM's OS boot flag 0x158 and the
+// boards' BMC boot status 0x1F0 bits 0-3. The hard-reset line is the gpio model's.
 //
 // [power] state=on|standby|off  peers=STATE,STATE,...  (controller boards 0..3)  sysup=BYTE
 #include <glib.h>
@@ -90,6 +96,9 @@ constexpr uint8_t kSoftResetBit = 0x40;
 constexpr uint8_t kGuardedBits = kButtonBits | kSoftResetBit;
 constexpr uint32_t kAcIntReg = 0x1A0;
 constexpr uint32_t kAcIntGuard = 0x1A1;
+constexpr uint32_t kNotifyReg = 0x1A3;
+constexpr uint32_t kNotifyEnable = 0x1A4;
+constexpr uint8_t kNotifyBits = 0x06;
 constexpr uint32_t kAcOffReg = 0xC8;
 constexpr uint32_t kPwrLatchReg = 0xC2;
 constexpr uint32_t kPwrClearReg = 0xC4;
@@ -118,6 +127,7 @@ struct State {
     uint64_t pressed_at[3];
     uint32_t last_pulse_ms;
     uint64_t soft_reset_at;  // when 0xE7 bit 6 went low
+    uint8_t notify;          // levels of 0x1A3 bits 1 and 2
 };
 
 State &st() { return region<State>(ModelId::board_power); }
@@ -226,6 +236,7 @@ uint8_t reg_read(uint32_t addr)
         return v;
     }
     if (addr == kButtonReg) return st().button;
+    if (addr == kNotifyReg) return st().notify;
     if (addr == kAcIntReg) return st().ac_int;
     if (addr == kAcOffReg) return st().ac_off;
     if (addr == kPwrLatchReg) return bit_of(st().pwr_latch, kPwrBit);
@@ -242,6 +253,12 @@ void reg_write(uint32_t addr, uint8_t value, uint8_t mask)
         cpld::store(addr, value, static_cast<uint8_t>(mask & ~status_bits(static_cast<size_t>(i))));
     } else if (addr == kButtonReg) {
         press_button(value, mask);
+    } else if (addr == kNotifyReg) {
+        const uint8_t was = st().notify;
+        st().notify = static_cast<uint8_t>((was & ~mask) | (value & mask & kNotifyBits));
+        if (st().notify == kNotifyBits && was != kNotifyBits && !cpld::back_door()) {
+            record_change(kNotifyReg, st().notify, "soft-reset notification");
+        }
     } else if (addr == kAcIntReg) {
         const uint8_t level = value & 1;
         if (st().ac_int == 0 && level == 1) {
@@ -286,6 +303,7 @@ void reset()
     cpld::hook(kPsOnReg, ModelId::board_power, 0x0F);
     cpld::hook(kButtonReg, ModelId::board_power, kGuardedBits);
     cpld::hook(kAcIntReg, ModelId::board_power, 0x01);
+    cpld::hook(kNotifyReg, ModelId::board_power, kNotifyBits);
     cpld::hook(kAcOffReg, ModelId::board_power, 0x01);
     cpld::hook(kPwrLatchReg, ModelId::board_power, kPwrBit);
     cpld::hook(kPwrClearReg, ModelId::board_power, kPwrBit);
@@ -296,6 +314,7 @@ void reset()
     cpld::protect(kButtonReg, kGuardedBits, kButtonGuard, kGuardedBits, 0x00, true);
     cpld::store(kButtonGuard, kGuardedBits, kGuardedBits);
     cpld::protect(kAcIntReg, 0x01, kAcIntGuard, 0x01, 0x01);
+    cpld::protect(kNotifyReg, kNotifyBits, kNotifyEnable, 0x01, 0x01);
     cpld::store(kAcIntGuard, 0x00, 0x01);
     st().button = kGuardedBits;
     st().ac_int = 1;
