@@ -268,6 +268,10 @@ const RebootCase kReboots[] = {
     {.name = "RoleUnread", .faults = {{Op::LocalBusRead, 20, -1, 0xDF}, {Op::LocalBusRead, 20, -1, 0xE4}},
      .story = kMarker + kPcieOff + kConsole + "master none bmc reboot" + kOpBegin,
      .log = "0:read cpld byte error. | 0:read cpld byte error. | 1:Get Board MAS or SLV State Failed [-1]"},
+    // Giving up fails: logged to the operation log, and the reboot goes on (and releases it).
+    {.name = "AbandonFails", .faults = {{Op::SemP, 1, -1, 20}},
+     .story = kMarker + "P20!-1 " + kPcieOff + kConsole + "master none bmc reboot" + kOpBegin + " | op0:Abandon master fail[-1]",
+     .log = "0:get BMC_MUTEX_FAN_SYNC_LEVEL fail."},
     {.name = "MasterOf4U4C", .profile = "4u4c",
      .story = kMarker + kSwitchArmed + kSwitchPoll + "delay 1000 " + kSwitchPoll + "switch watchdog stopped " + kAbandon +
               kPcieOff + kConsole + "bmc reboot" + kOpAbandoned,
