@@ -63,8 +63,10 @@ const CallCase kCases[] = {
     // as done, a failed take is passed on and touches nothing.
     {.name = "Notify", .regs = {{0x1A3, 0x09}}, .call = notify, .out = "ok soft-reset notification",
      .trace = "P38 wr 1a4&01=1 rd 1a3=09 wr 1a3=0f delay 10 wr 1a3=09 wr 1a4&01=0 V38"},
-    {.name = "NotifyGiveFails", .faults = {{Op::SemV, 1, -4}}, .call = BSP_CALLS(BSP_NotifySoftResetByCpld()),
-     .trace = kNotify + "!-4", .log = "0:Soft reset by cpld sem_v operation failed(ret=-4)"},
+    // An unread 0x1A3 counts as 0.
+    {.name = "NotifyGiveFails", .faults = {{Op::SemV, 1, -4}, {Op::LocalBusRead, 1, -1, 0x1A3}},
+     .call = BSP_CALLS(BSP_NotifySoftResetByCpld()), .trace = "P38 wr 1a4&01=1 rd 1a3=00!-1" + kNotify.substr(25) + "!-4",
+     .log = "0:read cpld byte error. | 0:Soft reset by cpld sem_v operation failed(ret=-4)"},
     {.name = "NotifyTakeFails", .faults = {{Op::SemP, 1, -3}}, .call = BSP_CALLS(BSP_NotifySoftResetByCpld()),
      .out = "-3", .trace = "P38!-3", .log = "0:Soft reset by cpld sem_p operation failed(ret=-3)"},
     // The enable could not be opened: the CPLD refuses the notification; the call goes on.
