@@ -425,10 +425,10 @@ TEST_F(BoardPower, ProtectedPulsesRestoreTheirProtection)
     const std::string press = "1:Write CPLD force  power off system", wr = "0:write add :", ac = "wr 1a1&01=1 wr 1a0&01=";
     const std::string reset = "0:Write cpld(0x1a0) to reset os failed, ret(-1). | 1:Reset System by AC Int successfully!";
     const std::string led = " | op1:Close board power led succeed\n";
-    EXPECT_EQ(got, "ok e8=0x7 " + press + " | " + wr + "e8  data: 0 cpld error." + led +
-                   "ok e8=0x7 " + press + " | " + wr + "e7  data: 0 cpld error. | 0:BSP_WriteCpldBit failed." + led +
-                   "ok e8=0x7 " + press + " | " + wr + "e7  data: 1 cpld error. | 0:BSP_WriteCpldBit failed." + led +
-                   "ok e8=0x5 " + press + " | " + wr + "e8  data: 1 cpld error." + led + "ok e8=0x7 " + press +
+    EXPECT_EQ(got, "ok e8=0x47 " + press + " | " + wr + "e8  data: 0 cpld error." + led +
+                   "ok e8=0x47 " + press + " | " + wr + "e7  data: 0 cpld error. | 0:BSP_WriteCpldBit failed." + led +
+                   "ok e8=0x47 " + press + " | " + wr + "e7  data: 1 cpld error. | 0:BSP_WriteCpldBit failed." + led +
+                   "ok e8=0x45 " + press + " | " + wr + "e8  data: 1 cpld error." + led + "ok e8=0x47 " + press +
                    " | " + wr + "5f  data: 0 cpld error. | op1:Close board power led failed\n" +
                    "err 1a1=0x0 wr 1a1&01=1!-1 " + wr + "1a1  data: 1 cpld error. | "
                    "0:Close write protection(0x1a1) of system reset failed, ret(-1).\n" +

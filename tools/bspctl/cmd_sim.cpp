@@ -15,6 +15,7 @@ int sim_clock(const Options &opts, const Args &args);   // cmd_clocks.cpp
 int sim_m3(const Options &opts, const Args &args);     // cmd_m3.cpp
 int sim_mcu(const Options &opts, const Args &args);    // cmd_mcu.cpp
 int sim_fan(const Options &opts, const Args &args);    // cmd_cooling.cpp
+int sim_switch(const Options &opts, const Args &args);  // cmd_watchdog.cpp
 
 namespace {
 
@@ -42,7 +43,8 @@ int run(const Options &opts, const Args &args)
     if (!args.empty() && args[0] == "m3") return sim_m3(opts, Args(args.begin() + 1, args.end()));
     if (!args.empty() && args[0] == "mcu") return sim_mcu(opts, Args(args.begin() + 1, args.end()));
     if (!args.empty() && args[0] == "fan") return sim_fan(opts, Args(args.begin() + 1, args.end()));
-    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu|rail|board|mcu|fan", "sim");
+    if (!args.empty() && args[0] == "switch") return sim_switch(opts, Args(args.begin() + 1, args.end()));
+    if (args.size() != 1) return usage_error("sim takes one of reset|profiles|where|psu|rail|board|straps|clock|m3|mcu|fan|switch", "sim");
     if (args[0] == "reset") {
         std::string dir = bspsim::reset_persistent(opts.profile);
         if (opts.json) {
@@ -70,10 +72,10 @@ int run(const Options &opts, const Args &args)
         }
         return 0;
     }
-    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where|psu|rail|board|mcu|fan)", "sim");
+    return usage_error("sim: unknown subcommand '" + args[0] + "' (reset|profiles|where|psu|rail|board|straps|clock|m3|mcu|fan|switch)", "sim");
 }
 
-const Register reg({"sim", "manage the simulated board (reset, profiles, where, psu, rail, board, mcu, fan)",
+const Register reg({"sim", "manage the simulated board (reset, profiles, where, psu, rail, board, straps, clock, m3, mcu, fan, switch)",
                     "usage: bspctl [-p PROFILE] [--json] sim reset|profiles|where\n"
                     "       bspctl [-p PROFILE] [--json] sim psu N present|absent|alarm|ok|fail|glitch [COUNT]\n"
                     "       bspctl [-p PROFILE] [--json] sim rail REG BIT 0|1|free\n"
@@ -84,6 +86,7 @@ const Register reg({"sim", "manage the simulated board (reset, profiles, where, 
                     "       bspctl [-p PROFILE] [--json] sim mcu bad-pec [N]|missing|present|show\n"
                     "       bspctl [-p PROFILE] [--json] sim fan N present|absent|speed LEVEL|fault|alarm|ok\n"
                     "       bspctl [-p PROFILE] [--json] sim fan mode auto|manual\n"
+                    "       bspctl [-p PROFILE] [-b SLOT] [--json] sim switch slow N|never|ok\n"
                     "  reset     restore the board of PROFILE (or of BSPSIM_INSTANCE) from its profile\n"
                     "  profiles  list the shipped board profiles\n"
                     "  where     print the directory of the simulated board\n"
@@ -100,7 +103,9 @@ const Register reg({"sim", "manage the simulated board (reset, profiles, where, 
                     "  mcu       the fan-board MCU answers its next N (1) reads with a wrong PEC, is\n"
                     "            taken out of the framework or put back; show lists its commands\n"
                     "  fan       put fan N (from 1) in or take it out, set its speed level, fail a\n"
-                    "            rotor, raise its speed alarm or clear both; or the fans' mode\n",
+                    "            rotor, raise its speed alarm or clear both; or the fans' mode\n"
+                    "  switch    make the board's switch answer \"pending\" to the next N polls after a\n"
+                    "            stop request, or for good, or stop at once (4U4C enclosures)\n",
                     run});
 
 }  // namespace

@@ -1066,6 +1066,67 @@ BSP_API int32_t BSP_SetWwn2CpldRam(const uint8_t *mac, uint32_t len);
 /* Logs a written WWN record beside its read-back, when both have at least 10 bytes. */
 BSP_API void BSP_RecordWwnLog(const uint8_t *written, uint32_t wlen, const uint8_t *read, uint32_t rlen);
 
+/* =================================================================== reset and reboot */
+
+/** Reset type kept in the CPLD (0xEB bit 0); 0 also when it cannot be read. */
+BSP_API uint32_t BSP_GetResetType(void);
+/** Writes the reset type (0xEB bit 0) when `type` is 0 or 1; other values write nothing. */
+BSP_API void BSP_SetResetType(uint8_t type);
+/** 0 and `*gpio` = the BMC's hard-reset line of the host CPU for this board id (logged).
+ * 0xFFFFFFFF when `gpio` is null or the board id cannot be read (nothing logged), or for a board
+ * without a known line (logged; `*gpio` untouched). */
+BSP_API uint32_t BSP_GetHardResetCpuGPIO(uint8_t *gpio);
+/** Resets the host CPU through its hard-reset line: driven 1 for 100 ms, then 0 for 10 ms, then
+ * released as an input. 0, or 0xFFFFFFFF (logged, nothing driven) when the line is not known. */
+BSP_API uint32_t BSP_HardResetCpu(void);
+/** Resets the host CPU by pulsing 0xE7 bit 6 (1, 0, 1, 10 ms apart) behind its write protection
+ * 0xE8 bit 6, which is restored even after a failed step. 0xFFFFFFFF when the protection cannot
+ * be lifted (nothing pulsed); else the status of the pulse's falling edge if it failed, else
+ * that of its first edge. Failures of the later writes are only logged. */
+BSP_API uint32_t BSP_SoftResetCpu(void);
+/** 0 and `*flag` = bits 0-2 of 0xED. 0xFFFFFFFF for a null `flag` or a failed read; `*flag` is
+ * cut to its low three bits in any case. */
+BSP_API uint32_t BSP_GetOsBootFlag(uint8_t *flag);
+/** Writes `flag` to the SMM's OS boot flag register 0x158. 0xFFFFFFFF when the board type
+ * cannot be read (nothing written) or the write fails. */
+BSP_API uint32_t BSP_vSmmSetOsBootFlag(uint8_t flag);
+/** Hands requests 2 and 4 with their arguments to the platform's exit handler; ignores others.
+ * Always 0. */
+BSP_API uint32_t BSP_RebootRequestProcess(uint32_t request, uint32_t arg1, uint32_t arg2);
+/** Turns output flow control (IXON) of the console /dev/ttyS0 off and sends a START character,
+ * so that the console is not left stopped. Failures are logged. */
+BSP_API void BSP_CloseIXON(void);
+/** Reboots the BMC after its hand-over: clears the reboot marker (CPLD RAM 0xD970), logs to the
+ * operation log, stops the switch watchdog on a 4U four-controller enclosure, gives mastership
+ * up when master and holds the PCIe cores off (not on an SMM board), turns the console's flow
+ * control off, then asks the platform to reboot. No step stops the ones after it. */
+BSP_API void BSP_RebootBmc(void);
+/** BSP_RebootBmc for caller `caller` (logged). While a manufacturing build runs on a CPLD that
+ * fails its self test the request is refused with 0xFFFFDA83 (-9597), logged at most once per
+ * 180000 ticks. */
+BSP_API uint32_t BSP_RebootBmcFlexibly(uint32_t caller);
+/** Bit `bit` (0..3) of CPLD register `reg`: a BMC or controller up-status. 0 for a bit above 3
+ * (logged) or a failed read (logged). */
+BSP_API uint32_t BSP_GetBmcOrCtrlUpStatus(uint32_t reg, uint8_t bit);
+/** BMC boot status of board `bit` (0..3), from 0x1F0; 0 as BSP_GetBmcOrCtrlUpStatus. */
+BSP_API uint32_t BSP_GetBmcBootStatus(uint8_t bit);
+/** Notifies the CPLD of a soft reset: under semaphore 38, pulses 0x1A3 bits 1 and 2 with their
+ * write enable 0x1A4 bit 0 open. The take's status when the semaphore cannot be taken, else 0
+ * (a failed give is only logged). */
+BSP_API uint32_t BSP_NotifySoftResetByCpld(void);
+
+/* ========================================================================== watchdog */
+
+/** Asks the switch ("GeSwitchObj", method "SetWtdFlag") to stop its watchdog before the BMC
+ * restarts. 0, or the nonzero status of the object lookup or of the call (logged). */
+BSP_API uint32_t BSP_SetStopSwitchWatchDogFlag(void);
+/** Polls the switch ("GetWtdFlag") until it reports its watchdog stopped, at most five times
+ * one second apart; returns in any case (logged). */
+BSP_API void BSP_WaitSwitchStopWtdFlag(void);
+/** Sets the CPLD watchdog's time selection (0xE1 bits 0-1 from bits 0-1 of `selection`) with
+ * its write enable 0xE2 bit 0 at 0 meanwhile and 1 afterwards. Always 0; failures ignored. */
+BSP_API uint32_t BSP_SetWdtTmie(uint8_t selection);
+
 /* ==================================================== fan-board MCU and cooling state */
 
 /**

@@ -88,7 +88,8 @@ public:
     X(SecMsg, "sec_msg_sendrecv")       /* a = command word, b = bytes sent, value = response code, len = bytes answered */ \
     /* Files, keys and the host's commands. */                                                \
     X(FmGetFilePath, "fm_get_file_path") /* a = third identifier, name = "A/B" */              \
-    X(Popen, "popen")                   /* name = the command (its start), result = -errno of a failed start */
+    X(Popen, "popen")                   /* name = the command (its start), result = -errno of a failed start */ \
+    X(PerExit, "per_exit")              /* a = request, b = first argument, value = second argument */
 
 enum class Op : uint32_t {
 #define BSPSIM_OP_ENUM(id, name) id,
@@ -325,6 +326,10 @@ void set_log_echo(bool on);
 // Hands every log line this process captures to `observer` as it happens (nullptr: none).
 // Lines of other processes attached to the board are not seen here.
 void set_log_observer(void (*observer)(const LogLine &line));
+// Hands every event recorded (by any process attached to the board) to `observer` as this
+// process records it, with the instance lock held: the observer must not call the simulator.
+// nullptr: none. Events other processes record are not seen here.
+void set_record_observer(void (*observer)(const Event &event));
 // Values the framework handed to this process (property values, method outputs) that are still
 // alive: a caller that releases all it was given brings this back to where it was.
 std::size_t live_values();

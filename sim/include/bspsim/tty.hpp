@@ -11,6 +11,10 @@ namespace bspsim {
 
 struct termios tty_attr(const Board &board);
 void set_tty_attr(Board &board, const struct termios &attr);
+// START characters sent on the line (TCXONC with TCION), and whether output is suspended
+// (TCXONC with TCOOFF, until TCOON).
+uint32_t tty_starts_sent(const Board &board);
+bool tty_output_stopped(const Board &board);
 
 }  // namespace bspsim
 

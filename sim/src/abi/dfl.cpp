@@ -1,4 +1,5 @@
 // Platform entry points of the object framework. Faults are keyed by the handle's low 32 bits.
+#include "models/bmc.h"
 #include "models/dfl/dfl.h"
 
 using namespace bspsim;
@@ -78,8 +79,7 @@ BSPSIM_API int32_t dfl_chip_bytewrite(const char *chip, uint32_t offset, uint8_t
 
 BSPSIM_API int32_t dfl_reboot(void)
 {
-    Call call(Op::DflReboot, kAnyKey);
-    return call.run(true, [] { return 0; });
+    return bmc::reboot({Op::DflReboot, kAnyKey});
 }
 
 BSPSIM_API void uip_free_gvariant_list(GSList *list)

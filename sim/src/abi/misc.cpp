@@ -1,6 +1,8 @@
-// Platform entry points of the SoC's firmware queries and the file manager.
+// Platform entry points of the SoC's firmware queries, the file manager and the BMC's exit
+// handler.
 #include <string>
 
+#include "models/bmc.h"
 #include "models/firmware.h"
 #include "platform/misc.h"
 
@@ -51,4 +53,9 @@ BSPSIM_API int32_t fm_get_file_path(const char *a, const char *b, uint32_t c, ch
         path[built.size()] = '\0';
         return 0;
     });
+}
+
+BSPSIM_API int32_t per_exit(uint32_t request, uint32_t arg1, uint32_t arg2)
+{
+    return bmc::exit_request({Op::PerExit, request}, request, arg1, arg2);
 }

@@ -136,6 +136,8 @@ void unlock_instance();
 // Lock held. Appends one event and returns it.
 EventRec &record(Op op, uint32_t a = 0, uint32_t b = 0, uint32_t value = 0, int32_t result = 0,
                  std::string_view name = {});
+// Lock held. Hands a complete event to this process's record observer, if any.
+void observe_record(const EventRec &r);
 // Lock held. Records a change of a device model's unit (Op::Change, "led frame-locate on"):
 // right after the event of the platform call that made it, or at once outside a call.
 void record_change(uint32_t a, uint32_t value, std::string_view text);

@@ -23,6 +23,18 @@ EventRec &record(Op op, uint32_t a, uint32_t b, uint32_t value, int32_t result, 
     return e;
 }
 
+namespace {
+std::atomic<void (*)(const Event &)> g_record_observer{nullptr};
+}
+
+void observe_record(const EventRec &r)
+{
+    if (auto observe = g_record_observer.load(std::memory_order_relaxed)) {
+        observe(Event{r.seq, static_cast<Op>(r.op), r.pid, r.a, r.b, r.value, r.result, r.flags, r.len, r.time_ms,
+                      std::string(text(r.name))});
+    }
+}
+
 bool take_script(Source source, uint32_t key, uint32_t *value)
 {
     for (auto &sc : core().scripts) {
@@ -90,7 +102,7 @@ void record_change(uint32_t a, uint32_t value, std::string_view text)
         c->changes_.push_back({a, value, std::string(text)});
         return;
     }
-    record(Op::Change, a, 0, value, 0, text);
+    observe_record(record(Op::Change, a, 0, value, 0, text));
 }
 
 void Call::unlock()
@@ -137,8 +149,9 @@ int32_t Call::done(int32_t result)
     event = &record(op_, rec.a, rec.b, rec.value, result, rec.name);
     event->len = rec.len;
     event->flags = rec.flags;
+    observe_record(*event);
     // What the call changed follows the call itself.
-    for (const Change &ch : changes_) record(Op::Change, ch.a, 0, ch.value, 0, ch.text);
+    for (const Change &ch : changes_) observe_record(record(Op::Change, ch.a, 0, ch.value, 0, ch.text));
     changes_.clear();
     return result;
 }
@@ -171,6 +184,7 @@ const char *op_name(Op op)
 
 void set_log_echo(bool on) { g_echo.store(on); }
 void set_log_observer(void (*observer)(const LogLine &line)) { g_observer.store(observer); }
+void set_record_observer(void (*observer)(const Event &event)) { g_record_observer.store(observer); }
 
 void Board::fail(Op op, uint32_t count, int32_t code, uint32_t key, uint32_t skip)
 {

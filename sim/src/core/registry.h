@@ -34,7 +34,8 @@ typedef struct _GVariant GVariant;
     X(mastership)        \
     X(secure_core)       \
     X(fan_mcu)           \
-    X(fans)
+    X(fans)              \
+    X(ge_switch)
 
 namespace bspsim::detail {
 

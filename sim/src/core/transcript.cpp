@@ -61,6 +61,7 @@ std::string body(const Event &e)
     // Recorded only on request (record_quiet); an injected failure shows as the bare name, as
     // the other quiet calls' do.
     case Op::MemsetS: return e.flags & kFlagInjected ? op_name(e.op) : fmt("memset_s %u/%u=%x", e.b, e.a, e.value);
+    case Op::PerExit: return fmt("per_exit %u %u %u", e.a, e.b, e.value);
     case Op::DflBlockRead:
     case Op::DflBlockWrite: return fmt("%s %s@%u+%u", op_name(e.op), e.name.c_str(), e.b, e.len);
     case Op::DflChipByteWrite: return fmt("%s %s@%x&%02x=%02x", op_name(e.op), e.name.c_str(), e.a, e.b, e.value);

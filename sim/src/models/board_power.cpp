@@ -11,9 +11,14 @@
 //  - the soft power button 0xE7 bits 0/1/2 (active low), each writable only while the same bit of
 //    0xE8 is 0: a pulse low then high powers on / forces off / powers off gracefully; the move
 //    is recorded with the pulse's width in virtual time.
+//  - the host CPU's soft reset 0xE7 bit 6, writable only while 0xE8 bit 6 is 0: a pulse 1, 0, 1
+//    resets the host, recorded as "host reset by cpld 0xe7, W ms" (W the time it was low).
 //  - the AC interrupt 0x1A0 bit 0, writable while 0x1A1 bit 0 is 1: a pulse 0 then 1 resets the
 //    system as an AC loss would. The board comes back on at once (the supplies never went away),
 //    and the loss is left in the abnormal power-down record.
+//  - the soft-reset notification 0x1A3 bits 1 and 2, writable only while their write enable
+//    0x1A4 bit 0 is 1: setting both notifies the CPLD of a soft reset of the host ("soft-reset
+//    notification"), clearing them ends it.
 //  - the AC-off request 0xC8 bit 0: 1 cuts the board's power (off, recorded as an AC loss), 0
 //    gives it back (on). A loss also sets the power register 0xC2 bit 2; a 1 written to 0xC4 bit 2
 //    clears it.
@@ -23,6 +28,9 @@
 //    stored into the register file rather than rendered: 0x40 doubles as an interrupt register
 //    that other code reads and sets, so they stay plain bytes the model fills.
 //  - the sys-up bits 0x1B0, held here (profile: sysup=BYTE).
+// The host's other reset flags stay plain registers, set by the profile or the back door: the
+// reset type 0xEB bit 0, the OS boot flag 0xED bits 0-2, the SMM's OS boot flag 0x158 and the
+// boards' BMC boot status 0x1F0 bits 0-3. The hard-reset line is the gpio model's.
 //
 // [power] state=on|standby|off  peers=STATE,STATE,...  (controller boards 0..3)  sysup=BYTE
 #include <glib.h>
@@ -84,8 +92,13 @@ constexpr uint32_t kPsOnReg = 0x1B1;
 constexpr uint32_t kButtonReg = 0xE7;
 constexpr uint32_t kButtonGuard = 0xE8;
 constexpr uint8_t kButtonBits = 0x07;
+constexpr uint8_t kSoftResetBit = 0x40;
+constexpr uint8_t kGuardedBits = kButtonBits | kSoftResetBit;
 constexpr uint32_t kAcIntReg = 0x1A0;
 constexpr uint32_t kAcIntGuard = 0x1A1;
+constexpr uint32_t kNotifyReg = 0x1A3;
+constexpr uint32_t kNotifyEnable = 0x1A4;
+constexpr uint8_t kNotifyBits = 0x06;
 constexpr uint32_t kAcOffReg = 0xC8;
 constexpr uint32_t kPwrLatchReg = 0xC2;
 constexpr uint32_t kPwrClearReg = 0xC4;
@@ -113,6 +126,8 @@ struct State {
     uint8_t sysup;
     uint64_t pressed_at[3];
     uint32_t last_pulse_ms;
+    uint64_t soft_reset_at;  // when 0xE7 bit 6 went low
+    uint8_t notify;          // levels of 0x1A3 bits 1 and 2
 };
 
 State &st() { return region<State>(ModelId::board_power); }
@@ -170,8 +185,22 @@ void lose_power(Cause cause)
 
 constexpr std::array<const char *, 3> kButtonMoves = {"on", "force-off", "off"};
 
+// 0xE7 bit 6: its rising edge after a low resets the host CPU.
+void soft_reset_line(uint8_t value)
+{
+    const bool was = st().button & kSoftResetBit;
+    const bool level = value & kSoftResetBit;
+    st().button = static_cast<uint8_t>(level ? st().button | kSoftResetBit : st().button & ~kSoftResetBit);
+    if (was && !level) st().soft_reset_at = core().clock_ms;
+    if (!was && level && !cpld::back_door()) {
+        const uint64_t width = core().clock_ms - st().soft_reset_at;
+        record_change(kButtonReg, static_cast<uint32_t>(width), "host reset by cpld 0xe7, " + std::to_string(width) + " ms");
+    }
+}
+
 void press_button(uint8_t value, uint8_t mask)
 {
+    if (mask & kSoftResetBit) soft_reset_line(value);
     for (uint8_t bit = 0; bit < kButtonMoves.size(); ++bit) {
         const uint8_t m = static_cast<uint8_t>(1u << bit);
         if (!(mask & m)) continue;
@@ -207,6 +236,7 @@ uint8_t reg_read(uint32_t addr)
         return v;
     }
     if (addr == kButtonReg) return st().button;
+    if (addr == kNotifyReg) return st().notify;
     if (addr == kAcIntReg) return st().ac_int;
     if (addr == kAcOffReg) return st().ac_off;
     if (addr == kPwrLatchReg) return bit_of(st().pwr_latch, kPwrBit);
@@ -223,6 +253,12 @@ void reg_write(uint32_t addr, uint8_t value, uint8_t mask)
         cpld::store(addr, value, static_cast<uint8_t>(mask & ~status_bits(static_cast<size_t>(i))));
     } else if (addr == kButtonReg) {
         press_button(value, mask);
+    } else if (addr == kNotifyReg) {
+        const uint8_t was = st().notify;
+        st().notify = static_cast<uint8_t>((was & ~mask) | (value & mask & kNotifyBits));
+        if (st().notify == kNotifyBits && was != kNotifyBits && !cpld::back_door()) {
+            record_change(kNotifyReg, st().notify, "soft-reset notification");
+        }
     } else if (addr == kAcIntReg) {
         const uint8_t level = value & 1;
         if (st().ac_int == 0 && level == 1) {
@@ -265,19 +301,22 @@ void reset()
     cpld::hook(kPeerStandbyLo, ModelId::board_power, kPeerStandbyBits);
     cpld::hook(kPeerStandbyHi, ModelId::board_power, kPeerStandbyBits);
     cpld::hook(kPsOnReg, ModelId::board_power, 0x0F);
-    cpld::hook(kButtonReg, ModelId::board_power, kButtonBits);
+    cpld::hook(kButtonReg, ModelId::board_power, kGuardedBits);
     cpld::hook(kAcIntReg, ModelId::board_power, 0x01);
+    cpld::hook(kNotifyReg, ModelId::board_power, kNotifyBits);
     cpld::hook(kAcOffReg, ModelId::board_power, 0x01);
     cpld::hook(kPwrLatchReg, ModelId::board_power, kPwrBit);
     cpld::hook(kPwrClearReg, ModelId::board_power, kPwrBit);
     cpld::hook(kDownFlagReg, ModelId::board_power, kDownFlagBit);
     cpld::hook(kSysUpReg, ModelId::board_power, 0xFF);
-    // The button bits and the AC interrupt are behind their write protection, closed.
-    cpld::protect(kButtonReg, kButtonBits, kButtonGuard, kButtonBits, 0x00, true);
-    cpld::store(kButtonGuard, kButtonBits, kButtonBits);
+    // The button bits, the soft reset and the AC interrupt are behind their write protection,
+    // closed.
+    cpld::protect(kButtonReg, kGuardedBits, kButtonGuard, kGuardedBits, 0x00, true);
+    cpld::store(kButtonGuard, kGuardedBits, kGuardedBits);
     cpld::protect(kAcIntReg, 0x01, kAcIntGuard, 0x01, 0x01);
+    cpld::protect(kNotifyReg, kNotifyBits, kNotifyEnable, 0x01, 0x01);
     cpld::store(kAcIntGuard, 0x00, 0x01);
-    st().button = kButtonBits;
+    st().button = kGuardedBits;
     st().ac_int = 1;
     st().power = static_cast<uint8_t>(Power::On);
 }

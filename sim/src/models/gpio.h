@@ -11,6 +11,8 @@ int32_t read(Call &&call, uint32_t pin, uint8_t *value, uint32_t flags);
 int32_t write(Call &&call, uint32_t pin, uint8_t value);
 // Lock held. Sets a pin's level by the back door (the strap view sets several pins as a unit).
 void set_level(uint32_t pin, uint8_t level);
+// Lock held. The SoC was reset: every pin is an input again, not set up; levels stay.
+void soc_reset();
 
 }  // namespace bspsim::detail::gpio
 

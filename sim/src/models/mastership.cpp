@@ -159,6 +159,12 @@ void mastership_board_removed(uint32_t slot)
     mastership::set_masters(static_cast<uint8_t>(mastership::st().masters & ~(1u << slot)));
 }
 
+void mastership_board_rebooted(uint32_t board)
+{
+    mastership::st().request[board] = 0;
+    mastership_board_removed(enclosure::slot_of(board));
+}
+
 }  // namespace bspsim::detail
 
 namespace bspsim {

@@ -8,6 +8,9 @@ namespace bspsim::detail {
 
 // Lock held. The board in `slot` left the enclosure: it is master no more.
 void mastership_board_removed(uint32_t slot);
+// Lock held. Board `board` rebooted its BMC: it gives its mastership up and its request bits
+// are back at rest.
+void mastership_board_rebooted(uint32_t board);
 
 }  // namespace bspsim::detail
 

@@ -100,13 +100,17 @@ An empty name is refused before any board is looked for, so nothing in the home 
     power      show the board's power, or press the soft power button
     psu        power supplies and backup battery (table, watch)
     ram        dump and write the CPLD RAM
-    sim        manage the simulated board (reset, profiles, where, psu, rail, board, mcu, fan)
+    reboot     reboot the BMC, showing its hand-over as it happens
+    reset      reset the host CPU (soft through the CPLD, hard through the reset line)
+    reset-type the reset type the CPLD keeps (0 or 1); set it
+    sim        manage the simulated board (reset, profiles, where, psu, rail, board, straps, clock, m3, mcu, fan, switch)
     slot       this board's slot, the opposite slot and the master's slot
     ssd        list, read or record the SSD online bits
     status     report what board this is
     uart       print or switch the port the BMC's UART is routed to
     udp        the internal network's UDP channel to the partner BMC
     version    print the versions of the CPLDs, BMC, PCB, boot loader and SDK
+    watchdog   the switch's watchdog on a 4U4C enclosure; stop it
     wwn        show the enclosure WWN, or store one made from a MAC
   $ bspctl status --help
   usage: bspctl [-p PROFILE] [--json] status

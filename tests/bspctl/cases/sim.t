@@ -27,11 +27,11 @@ bspctl sim: the simulated boards behind the tool.
 
 ## usage-errors
   $ bspctl sim
-  2> bspctl: sim takes one of reset|profiles|where|psu|rail|board|mcu|fan; try 'bspctl sim --help'
+  2> bspctl: sim takes one of reset|profiles|where|psu|rail|board|straps|clock|m3|mcu|fan|switch; try 'bspctl sim --help'
   [2]
   $ bspctl sim nuke
-  2> bspctl: sim: unknown subcommand 'nuke' (reset|profiles|where|psu|rail|board|mcu|fan); try 'bspctl sim --help'
+  2> bspctl: sim: unknown subcommand 'nuke' (reset|profiles|where|psu|rail|board|straps|clock|m3|mcu|fan|switch); try 'bspctl sim --help'
   [2]
   $ bspctl --json sim nuke
-  {"error": "sim: unknown subcommand 'nuke' (reset|profiles|where|psu|rail|board|mcu|fan)"}
+  {"error": "sim: unknown subcommand 'nuke' (reset|profiles|where|psu|rail|board|straps|clock|m3|mcu|fan|switch)"}
   [2]

@@ -25,11 +25,11 @@ public:
     using Give = void (*)();
 
     explicit SemGuard(uint32_t id, int32_t wait_s = BMC_SEM_WAIT_FOREVER)
-        : id_(id), held_(BMC_ProcessMutexSem_P(id, wait_s) == 0)
+        : id_(id), taken_(BMC_ProcessMutexSem_P(id, wait_s)), held_(taken_ == 0)
     {
     }
     SemGuard(uint32_t id, Give give, int32_t wait_s = BMC_SEM_WAIT_FOREVER)
-        : id_(id), give_(give), held_(BMC_ProcessMutexSem_P(id, wait_s) == 0)
+        : id_(id), give_(give), taken_(BMC_ProcessMutexSem_P(id, wait_s)), held_(taken_ == 0)
     {
     }
     ~SemGuard() { (void)release(); }
@@ -37,6 +37,8 @@ public:
     SemGuard &operator=(const SemGuard &) = delete;
 
     bool held() const { return held_; }
+    // What the take answered (0 when the semaphore was taken), for a caller that passes it on.
+    int32_t taken() const { return taken_; }
 
     // Gives the semaphore back now; returns the give's result (0 when nothing was held, and
     // 0 with a give of its own, which has reported any failure already).
@@ -54,6 +56,7 @@ public:
 private:
     uint32_t id_;
     Give give_ = nullptr;
+    int32_t taken_;
     bool held_;
 };
 
