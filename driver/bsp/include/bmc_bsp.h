@@ -301,12 +301,11 @@ BSP_API uint32_t BSP_Is58304u2pBoard(void);
 BSP_API uint32_t BSP_Is5830SasBoard(void);
 BSP_API uint32_t BSP_Is5830PalmBoard(void);
 /** @} */
-/** @{ */
 /** Palm board whose OS board id is 0x122700; asked once per process, even if that fails. */
 BSP_API uint32_t BSP_Is5830PalmMicroBoard(void);
+/** Lite board predicate (1 or 0), cached as those above. */
 BSP_API uint32_t BSP_IsLiteBoard(void);
-/** @} */
-/** Not cached. */
+/** x86 board predicate (1 or 0). Not cached. */
 BSP_API uint32_t BSP_isX86Board(void);
 /** Number of CPUs of an x86 board: 2 for ids 0x2D, 0x33, 0x35; 1 for 0x2E; 0 otherwise. */
 BSP_API uint32_t BSP_SingleCpuOrDoubleCpu(void);
@@ -344,13 +343,14 @@ BSP_API uint32_t BSP_SpiReadCpldByte(uint32_t addr, uint8_t *out);
 BSP_API uint32_t BSP_SpiReadCpldBytesOnce(uint32_t addr, uint32_t len, uint8_t *out);
 BSP_API uint32_t BSP_SpiReadCpldBitOnce(uint32_t addr, uint32_t bit, uint8_t *out);
 BSP_API uint32_t BSP_SpiWriteCpldByteOnce(uint32_t addr, uint8_t value);
-/** @} */
-/** @{ */
-/** Masked bit write through the framework chip "cpld1"; returns the framework's result. */
-BSP_API uint32_t BSP_SpiDflWriteCpldBitOnce(uint32_t addr, uint32_t bit, uint8_t value);
 BSP_API uint32_t BSP_SpiReadCpldBytes(uint32_t addr, uint32_t len, uint8_t *out);
 BSP_API uint32_t BSP_SpiReadCpldBit(uint32_t addr, uint32_t bit, uint8_t *out);
 BSP_API uint32_t BSP_SpiWriteCpldByte(uint32_t addr, uint8_t value);
+/** @} */
+/** @{ */
+/** Masked bit write through the framework chip "cpld1"; returns the framework's result.
+ * BSP_SpiDflWriteCpldBit makes up to five attempts, as the SPI path above. */
+BSP_API uint32_t BSP_SpiDflWriteCpldBitOnce(uint32_t addr, uint32_t bit, uint8_t value);
 BSP_API uint32_t BSP_SpiDflWriteCpldBit(uint32_t addr, uint32_t bit, uint8_t value);
 /** @} */
 /** Read-modify-write of one bit for debugging: `value` is shifted in unreduced. Prints a note
