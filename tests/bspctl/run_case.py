@@ -101,9 +101,11 @@ def run_command(cmd, bspctl, scratch):
         os.mkdir(bindir)
         emulator = os.environ.get("BSPCTL_EMULATOR", "")
         if emulator:
-            # A cross-built bspctl runs through its emulator (binfmt_misc may be missing).
+            # A cross-built bspctl runs through its emulator (binfmt_misc may be missing),
+            # still called "bspctl" (qemu's -0), as cases that read their own command line expect.
+            argv0 = " -0 bspctl" if os.path.basename(shlex.split(emulator)[0]).startswith("qemu") else ""
             with open(os.path.join(bindir, "bspctl"), "w") as f:
-                f.write('#!/bin/sh\nexec %s %s "$@"\n' % (emulator, shlex.quote(os.path.abspath(bspctl))))
+                f.write('#!/bin/sh\nexec %s%s %s "$@"\n' % (emulator, argv0, shlex.quote(os.path.abspath(bspctl))))
             os.chmod(os.path.join(bindir, "bspctl"), 0o755)
         else:
             os.symlink(os.path.abspath(bspctl), os.path.join(bindir, "bspctl"))
