@@ -1,6 +1,13 @@
 # Compares the dynamic symbols the library defines with the names of its version script, and
-# checks that the simulator is not linked in and the platform imports stay undefined.
-execute_process(COMMAND nm -D --defined-only ${LIB} OUTPUT_VARIABLE defined RESULT_VARIABLE rc)
+# checks that the simulator is not linked in and the platform imports stay undefined. NM and
+# READELF name the tools for the library's architecture (a cross build passes its own).
+if(NOT NM)
+  set(NM nm)
+endif()
+if(NOT READELF)
+  set(READELF readelf)
+endif()
+execute_process(COMMAND ${NM} -D --defined-only ${LIB} OUTPUT_VARIABLE defined RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "nm failed on ${LIB}")
 endif()
@@ -42,14 +49,14 @@ foreach(n ${listed})
   endif()
 endforeach()
 
-execute_process(COMMAND readelf -d ${LIB} OUTPUT_VARIABLE dynamic)
+execute_process(COMMAND ${READELF} -d ${LIB} OUTPUT_VARIABLE dynamic)
 if(dynamic MATCHES "bspsim")
   message(FATAL_ERROR "the library must not depend on the simulator:\n${dynamic}")
 endif()
 if(NOT dynamic MATCHES "SONAME[^\n]*\\[libbsp\\.so\\.0\\]")
   message(FATAL_ERROR "SONAME is not libbsp.so.0:\n${dynamic}")
 endif()
-execute_process(COMMAND nm -D --undefined-only ${LIB} OUTPUT_VARIABLE undefined)
+execute_process(COMMAND ${NM} -D --undefined-only ${LIB} OUTPUT_VARIABLE undefined)
 foreach(import debug_log_func gpio_init memset_s)
   if(NOT undefined MATCHES " U ${import}\n")
     message(FATAL_ERROR "platform import ${import} is not an undefined symbol of the library")

@@ -16,7 +16,8 @@ A case file holds cases:
       [N]                   its exit code, when not 0
 
 Other lines that start in the first column are comments. The case's scratch directory is
-written $SCRATCH in the output. A command that runs bspctl with
+written $SCRATCH in the output. BSPCTL_EMULATOR, when set, is the command line that runs a
+cross-built bspctl (such as "qemu-aarch64 -L /usr/aarch64-linux-gnu"). A command that runs bspctl with
 --json must also print exactly one JSON document on stdout.
 """
 import ctypes
@@ -98,7 +99,16 @@ def run_command(cmd, bspctl, scratch):
     bindir = os.path.join(scratch, "bin")
     if not os.path.exists(bindir):
         os.mkdir(bindir)
-        os.symlink(os.path.abspath(bspctl), os.path.join(bindir, "bspctl"))
+        emulator = os.environ.get("BSPCTL_EMULATOR", "")
+        if emulator:
+            # A cross-built bspctl runs through its emulator (binfmt_misc may be missing),
+            # still called "bspctl" (qemu's -0), as cases that read their own command line expect.
+            argv0 = " -0 bspctl" if os.path.basename(shlex.split(emulator)[0]).startswith("qemu") else ""
+            with open(os.path.join(bindir, "bspctl"), "w") as f:
+                f.write('#!/bin/sh\nexec %s%s %s "$@"\n' % (emulator, argv0, shlex.quote(os.path.abspath(bspctl))))
+            os.chmod(os.path.join(bindir, "bspctl"), 0o755)
+        else:
+            os.symlink(os.path.abspath(bspctl), os.path.join(bindir, "bspctl"))
     env = {k: v for k, v in os.environ.items() if not k.startswith("BSPSIM_")}
     env.update(PATH=bindir + os.pathsep + env.get("PATH", "/usr/bin:/bin"),
                BSPSIM_HOME=os.path.join(scratch, "home"), LC_ALL="C")

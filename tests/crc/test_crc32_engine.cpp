@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <random>
@@ -122,6 +123,15 @@ TEST(Crc32Dispatch, PathChoiceAndForcedPaths)
         EXPECT_EQ(crc32_update(0x5A5A5A5A, data.data(), n), want) << "length " << n;
         for (Crc32Path path : kAllPaths) EXPECT_EQ(crc32_update_with(path, 0x5A5A5A5A, data.data(), n), want);
     }
+}
+
+// A build that must take a given path (the aarch64 build on an emulator with PMULL) names it,
+// and then the test fails rather than skips when dispatch falls back to another.
+TEST(Crc32Dispatch, ExpectedPathIsActive)
+{
+    const char *want = std::getenv("BSP_CRC32_EXPECT_PATH");
+    if (!want || !*want) GTEST_SKIP() << "BSP_CRC32_EXPECT_PATH not set";
+    EXPECT_STREQ(bsp::crc::crc32_path_name(bsp::crc::crc32_active_path()), want);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 
 #include "bmc_bsp.h"
 #include "bspsim/mastership.hpp"
+#include "robust_futex.h"
 
 namespace {
 
@@ -32,6 +33,7 @@ bool two_masters(Tally &t)
 // observations must then see it.
 void contend(const std::string &profile, uint32_t boards, bool two_claims = false)
 {
+    SKIP_WITHOUT_ROBUST_FUTEXES();
     auto board = bspsim::Board::create(profile);
     ASSERT_EQ(bspsim::board_count(), boards);
     bspsim::allow_two_claims(two_claims);

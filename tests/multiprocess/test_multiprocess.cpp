@@ -16,6 +16,7 @@
 
 #include "bmc_bsp.h"
 #include "bspsim/sim.hpp"
+#include "robust_futex.h"
 #include "platform/sem.h"
 
 namespace {
@@ -95,6 +96,7 @@ struct Workers {
 // leaves a half-written range behind, but no lock, for the same reason.)
 TEST(MultiProcess, RangesNeverMixAndAHolderKilledBlocksNobody)
 {
+    SKIP_WITHOUT_ROBUST_FUTEXES();
     // The SMM board reaches its CPLD over the local bus without asking the object framework
     // first, which keeps thousands of rounds quick.
     auto board = bspsim::Board::create("smm");

@@ -1,6 +1,7 @@
 // Board profiles: GLib key files that describe a board. A profile may name a `base` profile in
 // its [profile] group; the base is applied first and the profile's own keys override it. Every
 // other section belongs to one device model, which reads it.
+#include <dlfcn.h>
 #include <glib.h>
 
 #include <algorithm>
@@ -206,6 +207,17 @@ namespace bspsim {
 std::string profile_dir()
 {
     if (const char *d = std::getenv("BSPSIM_PROFILE_DIR"); d && *d) return d;
+#ifdef BSPSIM_PROFILE_DIR_FROM_LIBDIR
+    // An installed simulator finds the profiles installed beside it, wherever the tree was
+    // installed or staged; a simulator in the build tree has none there and uses the sources'.
+    Dl_info self{};
+    if (dladdr(reinterpret_cast<void *>(&profile_dir), &self) && self.dli_fname) {
+        gchar *libdir = g_path_get_dirname(self.dli_fname);
+        std::string installed = std::string(libdir) + "/" + BSPSIM_PROFILE_DIR_FROM_LIBDIR;
+        g_free(libdir);
+        if (g_file_test(installed.c_str(), G_FILE_TEST_IS_DIR)) return installed;
+    }
+#endif
     return BSPSIM_PROFILE_DIR_DEFAULT;
 }
 

@@ -1,0 +1,21 @@
+// The simulator's shared state is guarded by a robust process-shared mutex, so that a process
+// killed while holding it wedges nobody. That needs the kernel's robust futex lists; an
+// emulator without them (qemu-user answers set_robust_list with ENOSYS) cannot run these
+// tests, and they report themselves skipped there.
+#ifndef TESTS_MULTIPROCESS_ROBUST_FUTEX_H
+#define TESTS_MULTIPROCESS_ROBUST_FUTEX_H
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#define SKIP_WITHOUT_ROBUST_FUTEXES()                                                                          \
+    do {                                                                                                       \
+        void *head_ = nullptr;                                                                                 \
+        size_t len_ = 0;                                                                                       \
+        if (syscall(SYS_get_robust_list, 0, &head_, &len_) != 0 && errno == ENOSYS)                            \
+            GTEST_SKIP() << "no robust futex lists here (an emulator?): the shared state's lock needs them"; \
+    } while (0)
+
+#endif
