@@ -20,6 +20,7 @@
 
 #include "bmc_bsp.h"
 #include "bspsim/keys.hpp"
+#include "multiprocess/robust_futex.h"
 #include "test_helpers.h"
 
 namespace {
@@ -419,6 +420,7 @@ TEST_F(Keys, WorkKey)
 
 TEST_F(Files, ThreadIdIsPthreadSelf)
 {
+    SKIP_WITHOUT_ROBUST_FUTEXES();  // it starts a thread
     std::pair<unsigned long, unsigned long> other;
     std::thread([&] { other = {dal_get_self_thread_id(), pthread_self()}; }).join();
     EXPECT_TRUE(dal_get_self_thread_id() == pthread_self() && other.first == other.second && other.first != pthread_self());

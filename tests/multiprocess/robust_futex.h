@@ -1,7 +1,9 @@
 // The simulator's shared state is guarded by a robust process-shared mutex, so that a process
 // killed while holding it wedges nobody. That needs the kernel's robust futex lists; an
 // emulator without them (qemu-user answers set_robust_list with ENOSYS) cannot run these
-// tests, and they report themselves skipped there.
+// tests, and they report themselves skipped there. A second thread of a test process on a
+// simulated board has been seen to hang there before it starts, too (cause not found yet), so
+// the tests that start one skip there as well.
 #ifndef TESTS_MULTIPROCESS_ROBUST_FUTEX_H
 #define TESTS_MULTIPROCESS_ROBUST_FUTEX_H
 
