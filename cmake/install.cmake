@@ -36,6 +36,9 @@ if(BSP_BUILD_SIM)
           FILES_MATCHING PATTERN "*.hpp")
   install(DIRECTORY sim/profiles/ DESTINATION ${CMAKE_INSTALL_DATADIR}/bspsim/profiles COMPONENT sim
           FILES_MATCHING PATTERN "*.ini")
+  # The simulated host's commands (ifconfig), which the simulator puts first in PATH.
+  file(GLOB BSPSIM_HOST_TOOLS ${CMAKE_CURRENT_SOURCE_DIR}/sim/bin/*)
+  install(PROGRAMS ${BSPSIM_HOST_TOOLS} DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/bspsim COMPONENT sim)
   install(EXPORT libbspSimTargets NAMESPACE libbsp:: DESTINATION ${BSP_CMAKE_DIR} COMPONENT sim)
   configure_file(cmake/bspsim.pc.in ${CMAKE_CURRENT_BINARY_DIR}/bspsim.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/bspsim.pc DESTINATION ${BSP_PKGCONFIG_DIR} COMPONENT sim)

@@ -108,6 +108,9 @@ struct CoreState {
     LogRec logs[kMaxLogs];
 };
 
+// A directory installed with the simulator, `relative` to its library's; "" when none.
+std::string installed_dir(const char *relative);
+
 // The mapping this thread works on (the attached instance, attaching on first use, or one
 // being built) and the board of it this process is.
 uint8_t *mapping();

@@ -200,6 +200,18 @@ void reset_instance()
     load_enclosure(std::string(text(c.profile)));
 }
 
+// A directory installed with the simulator, `relative` to the directory the simulator's own
+// library was loaded from; "" when there is none (a simulator in the build tree).
+std::string installed_dir(const char *relative)
+{
+    Dl_info self{};
+    if (!dladdr(reinterpret_cast<void *>(&installed_dir), &self) || !self.dli_fname) return "";
+    gchar *libdir = g_path_get_dirname(self.dli_fname);
+    std::string dir = std::string(libdir) + "/" + relative;
+    g_free(libdir);
+    return g_file_test(dir.c_str(), G_FILE_TEST_IS_DIR) ? dir : "";
+}
+
 }  // namespace bspsim::detail
 
 namespace bspsim {
@@ -210,13 +222,7 @@ std::string profile_dir()
 #ifdef BSPSIM_PROFILE_DIR_FROM_LIBDIR
     // An installed simulator finds the profiles installed beside it, wherever the tree was
     // installed or staged; a simulator in the build tree has none there and uses the sources'.
-    Dl_info self{};
-    if (dladdr(reinterpret_cast<void *>(&profile_dir), &self) && self.dli_fname) {
-        gchar *libdir = g_path_get_dirname(self.dli_fname);
-        std::string installed = std::string(libdir) + "/" + BSPSIM_PROFILE_DIR_FROM_LIBDIR;
-        g_free(libdir);
-        if (g_file_test(installed.c_str(), G_FILE_TEST_IS_DIR)) return installed;
-    }
+    if (std::string installed = detail::installed_dir(BSPSIM_PROFILE_DIR_FROM_LIBDIR); !installed.empty()) return installed;
 #endif
     return BSPSIM_PROFILE_DIR_DEFAULT;
 }

@@ -35,6 +35,10 @@ namespace bspsim {
 std::string tools_dir()
 {
     if (const char *d = std::getenv("BSPSIM_TOOLS_DIR"); d && *d) return d;
+#ifdef BSPSIM_TOOLS_DIR_FROM_LIBDIR
+    // Installed, the commands are installed with the simulator; in the build tree, copied there.
+    if (std::string installed = detail::installed_dir(BSPSIM_TOOLS_DIR_FROM_LIBDIR); !installed.empty()) return installed;
+#endif
     return BSPSIM_TOOLS_DIR_DEFAULT;
 }
 
