@@ -47,6 +47,11 @@ std::optional<uint64_t> parse_number(const std::string &text, uint64_t max);
 // The one line of a failure (exit 1). With --json it becomes the run's document,
 // {"error": ..., <json_fields>}; `json_fields` is "" or a list of members ("\"a\": 1, ...").
 int fail(const std::string &message, const std::string &json_fields = "");
+// Attaches this process to the persistent board of the profile, in the slot -b names (the
+// enclosure's first board without -b). False when no board sits in that slot; then
+// no_board_in_slot says so and gives the exit status.
+bool attach_board(const Options &opts);
+int no_board_in_slot(const Options &opts);
 // The one line of a usage error (exit 2), followed by the hint to the help of `command`
 // (the tool's own help when null).
 int usage_error(const std::string &message, const char *command = nullptr);

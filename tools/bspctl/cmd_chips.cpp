@@ -10,7 +10,6 @@
 
 namespace bspctl {
 
-bool attach_sim_board(const Options &opts);  // cmd_clocks.cpp
 
 namespace {
 
@@ -66,7 +65,6 @@ int sim_straps(const Options &opts, const Args &args)
 {
     std::optional<uint64_t> value = args.size() == 1 ? parse_number(args[0], 0xF) : std::nullopt;
     if (!value) return usage_error("sim straps takes VALUE (0 to 0xf)", "sim");
-    if (!attach_sim_board(opts)) return fail("no board in slot " + std::to_string(*opts.slot) + " of this enclosure");
     bspsim::straps().set(static_cast<uint32_t>(*value));
     if (opts.json) std::printf("{\"straps\": %u}\n", static_cast<unsigned>(*value));
     return 0;

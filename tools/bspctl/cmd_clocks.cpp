@@ -56,17 +56,6 @@ const Register reg({"clocks", "clock-status registers and the clock verdict",
 
 }  // namespace
 
-// The simulated board a board-scoped `sim` subcommand acts on: the profile's board in the slot
-// -b names (the first board without it). False when no board sits in that slot.
-bool attach_sim_board(const Options &opts)
-{
-    bspsim::attach_persistent(opts.profile);
-    for (uint32_t b = 0; opts.slot && b < bspsim::board_count(); ++b) {
-        if (bspsim::slot_of_board(b) == *opts.slot) return bspsim::switch_board(b), true;
-    }
-    return !opts.slot;
-}
-
 // bspctl sim clock REG BIT lost|ok: a clock of the simulated board stops or runs again.
 int sim_clock(const Options &opts, const Args &args)
 {
@@ -74,7 +63,6 @@ int sim_clock(const Options &opts, const Args &args)
     if (args.size() != 3 || (args[2] != "lost" && args[2] != "ok")) return usage_error(usage, "sim");
     const std::optional<uint64_t> reg = parse_number(args[0], 0x3FF), bit = parse_number(args[1], 7);
     if (!reg || !bit) return usage_error(usage, "sim");
-    if (!attach_sim_board(opts)) return fail("no board in slot " + std::to_string(*opts.slot) + " of this enclosure");
     bspsim::Clocks clocks = bspsim::clocks();
     try {
         if (args[2] == "lost") clocks.lose(static_cast<uint32_t>(*reg), static_cast<uint32_t>(*bit));

@@ -117,7 +117,6 @@ int sim_fan(const Options &opts, const Args &args)
 {
     const char *usage = "sim fan takes N present|absent|speed LEVEL|fault|alarm|ok, or mode auto|manual";
     if (args.size() < 2 || args.size() > 3 || (args.size() == 3) != (args[1] == "speed")) return usage_error(usage, "sim");
-    bspsim::attach_persistent(opts.profile);
     if (args[0] == "mode") {
         if (args[1] != "auto" && args[1] != "manual") return usage_error(usage, "sim");
         bspsim::set_fans_manual(args[1] == "manual");

@@ -113,7 +113,6 @@ void print_state(const Options &opts)
 int sim_m3(const Options &opts, const Args &args)
 {
     const char *usage = "sim m3 takes [code CODE|short BYTES|long BYTES|crc|type|fail [COUNT]|clear]";
-    bspsim::attach_persistent(opts.profile);
     if (args.empty()) {
         print_state(opts);
         return 0;

@@ -179,7 +179,6 @@ int sim_mcu(const Options &opts, const Args &args)
     if (args.empty() || args.size() > 2 || (args.size() == 2 && args[0] != "bad-pec")) return usage_error(usage, "sim");
     const std::optional<uint64_t> reads = args.size() == 2 ? parse_number(args[1], UINT32_MAX) : std::optional<uint64_t>(1);
     if (!reads) return usage_error("sim mcu: bad read count '" + args[1] + "'", "sim");
-    bspsim::attach_persistent(opts.profile);
     bspsim::FanMcu mcu;
     if (args[0] == "bad-pec") {
         mcu.bad_pec(static_cast<uint32_t>(*reads));

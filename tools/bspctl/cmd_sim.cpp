@@ -33,8 +33,18 @@ int rail(const Args &args)
     return 0;
 }
 
+// Subcommands that change one board of the enclosure: the board -b names.
+bool board_scoped(const std::string &sub)
+{
+    for (const char *s : {"rail", "straps", "clock", "m3", "mcu", "fan", "switch"}) {
+        if (sub == s) return true;
+    }
+    return false;
+}
+
 int run(const Options &opts, const Args &args)
 {
+    if (!args.empty() && board_scoped(args[0]) && !attach_board(opts)) return no_board_in_slot(opts);
     if (!args.empty() && args[0] == "psu") return sim_psu(opts, Args(args.begin() + 1, args.end()));
     if (!args.empty() && args[0] == "rail") return rail(args);
     if (!args.empty() && args[0] == "board") return sim_board(opts, Args(args.begin() + 1, args.end()));

@@ -92,14 +92,6 @@ int sim_switch(const Options &opts, const Args &args)
     if (args.size() == 2 && args[0] == "slow") polls = parse_number(args[1], 999);
     const bool valid = (args.size() == 1 && (args[0] == "never" || args[0] == "ok")) || (args.size() == 2 && args[0] == "slow");
     if (!valid || !polls) return usage_error(kUsage, "sim");
-    bspsim::attach_persistent(opts.profile);
-    if (opts.slot) {
-        bool found = false;
-        for (uint32_t b = 0; b < bspsim::board_count() && !found; ++b) {
-            if ((found = bspsim::slot_of_board(b) == *opts.slot)) bspsim::switch_board(b);
-        }
-        if (!found) return fail("no board in slot " + std::to_string(*opts.slot) + " of this enclosure");
-    }
     bspsim::set_switch_stop(static_cast<uint32_t>(*polls), args[0] == "never");
     if (opts.json) {
         std::printf("{\"switch\": %s, \"polls\": %u}\n", json_string(args[0]).c_str(), static_cast<unsigned>(*polls));

@@ -182,17 +182,27 @@ struct Run {
     bspsim::RecordMark mark;
 };
 
-// This process becomes the enclosure's board in `slot`; false when no board sits there.
-bool attach_slot(uint32_t slot)
+}  // namespace
+
+bool attach_board(const Options &opts)
 {
-    for (uint32_t b = 0; b < bspsim::board_count(); ++b) {
-        if (bspsim::slot_of_board(b) == slot) {
+    bspsim::attach_persistent(opts.profile);
+    for (uint32_t b = 0; opts.slot && b < bspsim::board_count(); ++b) {
+        if (bspsim::slot_of_board(b) == *opts.slot) {
             bspsim::switch_board(b);
             return true;
         }
     }
-    return false;
+    return !opts.slot;
 }
+
+int no_board_in_slot(const Options &opts)
+{
+    return fail("no board in slot " + std::to_string(*opts.slot) + " of this enclosure (boards: " +
+                std::to_string(bspsim::board_count()) + ")");
+}
+
+namespace {
 
 int dispatch(Run &run, const Args &argv)
 {
@@ -229,11 +239,7 @@ int dispatch(Run &run, const Args &argv)
     bspsim::set_log_echo(opts.verbose);
     // The sim command manages boards itself; the others run on the board of the profile.
     if (name != "sim" && (cmd->needs_board || opts.trace)) {
-        bspsim::attach_persistent(opts.profile);
-        if (opts.slot && !attach_slot(*opts.slot)) {
-            return fail("no board in slot " + std::to_string(*opts.slot) + " of this enclosure (boards: " +
-                        std::to_string(bspsim::board_count()) + ")");
-        }
+        if (!attach_board(opts)) return no_board_in_slot(opts);
         run.mark = bspsim::record_mark();
         run.attached = true;
     }

@@ -46,7 +46,7 @@ Each board of the enclosure has its own straps.
   $ bspctl -b 1 --json chips
   {"straps": 6, "pins_read": 3, "chips": [{"class": 1, "chip": "clock generator", "type": 5, "name": "Vantacore"}, {"class": 2, "chip": "CPLD", "type": 0, "name": "Anlu"}, {"class": 3, "chip": "voltage regulator", "type": null, "name": "Vrd"}]}
   $ bspctl -b 3 sim straps 6
-  2> bspctl: no board in slot 3 of this enclosure
+  2> bspctl: no board in slot 3 of this enclosure (boards: 2)
   [1]
 
 ## straps-refused
