@@ -168,6 +168,8 @@ uint32_t BSP_SpiReadCpldBytesOnce(uint32_t addr, uint32_t len, uint8_t *out)
 
 uint32_t BSP_SpiReadCpldBitOnce(uint32_t addr, uint32_t bit, uint8_t *out)
 {
+    // The byte goes through a local: a null `out` must be refused before the bus, not written.
+    if (out == nullptr) return kErr;
     uint8_t byte = 0;
     uint32_t ret = BSP_SpiReadCpldByte(addr, &byte);
     if (ret != kOk) return ret;
@@ -210,6 +212,7 @@ uint32_t BSP_SpiReadCpldBytes(uint32_t addr, uint32_t len, uint8_t *out)
 
 uint32_t BSP_SpiReadCpldBit(uint32_t addr, uint32_t bit, uint8_t *out)
 {
+    if (out == nullptr) return kErr;  // no retry, no delay: nothing was tried
     return spi_retry([&] { return BSP_SpiReadCpldBitOnce(addr, bit, out); });
 }
 
