@@ -192,7 +192,7 @@ const std::vector<Line> &table()
         SWEEP(BSP_isFrontPowerAbnormal, Pr, LOOKUPS "", "0:n", "", Buf{}, 1, 1),
         SWEEP(BSP_CheckPsOn, Vd, "", "", "", Buf{}),
         SWEEP(BSP_BoardPowerLedCtrl, Vd, "", "", "", 1),
-        SWEEP(BSP_SoftPowerButtonCtrl, St, LOOKUPS "", "", "", 1),
+        SWEEP(BSP_SoftPowerButtonCtrl, Vl, LOOKUPS "", "", "", 0),
         SWEEP(BSP_IsPowerTransBoardSupport, Pr, "", "", ""),
         SWEEP(BSP_CollectAbnormalPwrDownLog, Vd, "", "", ""),
         SWEEP(BSP_SetExpBoardPowerState, St, LOOKUPS "sem_p sem_v local_bus_read local_bus_write spi_read spi_write", "", "", 1, 1),
