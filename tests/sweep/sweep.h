@@ -171,7 +171,7 @@ std::vector<std::pair<P, bool>> bad_values(const Hint &h)
 template <typename R, typename... P, typename Tup, size_t... J>
 void add_bad(Line &l, R (*fn)(P...), const Tup &t, std::index_sequence<J...>)
 {
-    auto one = [&]<size_t I>(std::integral_constant<size_t, I>) {
+    [[maybe_unused]] auto one = [&]<size_t I>(std::integral_constant<size_t, I>) {
         using PI = std::tuple_element_t<I, std::tuple<P...>>;
         for (auto [v, refused] : bad_values<PI>(hint(l.bounds, I))) {
             l.bad.push_back({I, show(v), refused, [fn, t, v](bspsim::Board &b) -> int64_t {
