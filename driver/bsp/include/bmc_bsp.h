@@ -87,7 +87,7 @@ BSP_API uint32_t BSP_CalcCrc32(const uint8_t *data, uint32_t len, uint32_t init,
  * through one 64 KiB buffer; the file position is left after the data read. */
 BSP_API uint32_t BSP_CalcFileCrc32(int fd, uint32_t offset, uint32_t len);
 /** Two's complement of the byte sum: the bytes plus the result sum to 0 modulo 256.
- * 0 for `len` 0. `data` must be valid for `len` bytes. */
+ * 0 for `len` 0 or a null `data`; otherwise `data` must be valid for `len` bytes. */
 BSP_API uint8_t BSP_CheckSum8(const uint8_t *data, uint32_t len);
 /** Number of 1 bits in `value`. */
 BSP_API uint8_t BSP_CntBitNum(uint32_t value);

@@ -24,6 +24,10 @@
 
 namespace {
 
+// The mask of bit `bit`; the direct paths do not check their bit, and a shift by 32 or more is
+// undefined, so such a bit has no mask (as bits 8 to 31 have none in a byte).
+constexpr uint32_t bit_of(uint32_t bit) { return bit < 32 ? 1u << bit : 0u; }
+
 using bsp::kErr;
 using bsp::kLogError;
 using bsp::kLogNotice;
@@ -117,7 +121,7 @@ uint32_t BSP_LbWriteCpldByte(uint32_t addr, uint8_t value)
 
 uint32_t BSP_LbReadCpldBit(uint32_t addr, uint32_t bit, uint8_t *out)
 {
-    LocalBusRequest req = lb_request(1, addr, 1, (1u << bit) & 0xFFu, out);
+    LocalBusRequest req = lb_request(1, addr, 1, bit_of(bit) & 0xFFu, out);
     if (local_bus_read(&req) != 0) {
         BSP_LOG(kLogError, "read cpld error.");
         return kErr;
@@ -127,7 +131,7 @@ uint32_t BSP_LbReadCpldBit(uint32_t addr, uint32_t bit, uint8_t *out)
 
 uint32_t BSP_LbWriteCpldBit(uint32_t addr, uint32_t bit, uint8_t value)
 {
-    LocalBusRequest req = lb_request(1, addr, 1, 1u << bit, &value);
+    LocalBusRequest req = lb_request(1, addr, 1, bit_of(bit), &value);
     if (local_bus_write(&req) != 0) {
         BSP_LOG(kLogError, "write add :%x  data: %x cpld error.", addr, value);
         return kErr;
@@ -168,10 +172,12 @@ uint32_t BSP_SpiReadCpldBytesOnce(uint32_t addr, uint32_t len, uint8_t *out)
 
 uint32_t BSP_SpiReadCpldBitOnce(uint32_t addr, uint32_t bit, uint8_t *out)
 {
+    // The byte goes through a local: a null `out` must be refused before the bus, not written.
+    if (out == nullptr) return kErr;
     uint8_t byte = 0;
     uint32_t ret = BSP_SpiReadCpldByte(addr, &byte);
     if (ret != kOk) return ret;
-    *out = static_cast<uint8_t>((byte >> bit) & 1u);
+    *out = static_cast<uint8_t>((byte & bit_of(bit)) != 0);
     return kOk;
 }
 
@@ -200,7 +206,7 @@ uint32_t BSP_SpiDflWriteCpldBitOnce(uint32_t addr, uint32_t bit, uint8_t value)
         BSP_LOG(kLogError, "Get cpld1 obj handle fail, hdl=%d, ret=%d", static_cast<int32_t>(handle), rc);
     }
     uint8_t b = value ? 1 : 0;
-    return static_cast<uint32_t>(dfl_chip_bytewrite("cpld1", addr, static_cast<uint8_t>((1u << bit) & 0xFFu), &b));
+    return static_cast<uint32_t>(dfl_chip_bytewrite("cpld1", addr, static_cast<uint8_t>(bit_of(bit) & 0xFFu), &b));
 }
 
 uint32_t BSP_SpiReadCpldBytes(uint32_t addr, uint32_t len, uint8_t *out)
@@ -210,6 +216,7 @@ uint32_t BSP_SpiReadCpldBytes(uint32_t addr, uint32_t len, uint8_t *out)
 
 uint32_t BSP_SpiReadCpldBit(uint32_t addr, uint32_t bit, uint8_t *out)
 {
+    if (out == nullptr) return kErr;  // no retry, no delay: nothing was tried
     return spi_retry([&] { return BSP_SpiReadCpldBitOnce(addr, bit, out); });
 }
 
@@ -229,7 +236,7 @@ uint32_t BSP_SpiWriteCpldBit(uint32_t addr, uint32_t bit, uint8_t value)
     if (BSP_SpiReadCpldByte(addr, &byte) != kOk) return kErr;
     // `value` is deliberately not reduced to one bit: this is a debugging aid that writes
     // what it is given.
-    auto updated = static_cast<uint8_t>((byte & ~(1u << bit)) ^ (static_cast<uint32_t>(value) << bit));
+    auto updated = static_cast<uint8_t>((byte & ~bit_of(bit)) ^ bit_of(bit) * value);
     std::fputs("Note: This method is only used for writting cpldbit in debug.\r", stdout);
     return BSP_SpiWriteCpldByte(addr, updated);
 }

@@ -151,6 +151,8 @@ uint32_t BSP_CalcFileCrc32(int fd, uint32_t offset, uint32_t len)
 uint8_t BSP_CheckSum8(const uint8_t *data, uint32_t len)
 {
     uint8_t sum = 0;
+    // A null `data` sums as empty, as the CRCs treat it.
+    if (data == nullptr) return 0;
     for (uint32_t i = 0; i < len; ++i) sum = static_cast<uint8_t>(sum + data[i]);
     return static_cast<uint8_t>(0u - sum);
 }

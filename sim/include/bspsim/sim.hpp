@@ -262,6 +262,16 @@ public:
     // The place in the instance where a fixed platform path (the log files) really lives.
     std::string path_of(const std::string &fixed_path) const;
 
+    // What every library call must leave as it found it. mark_invariants() notes this process's
+    // open descriptors and live framework values (create() does so too); check_invariants()
+    // lists, one line each, what is amiss since: a semaphore this process took and still holds,
+    // a write protection or write enable left open compared with how the profile left it (the
+    // register map's protected bits and the models' own), a descriptor opened and not closed
+    // (the simulator's own files excepted), a framework value handed out and not released.
+    // Empty: all kept.
+    void mark_invariants();
+    std::vector<std::string> check_invariants() const;
+
 private:
     explicit Board(std::string dir) : dir_(std::move(dir)) {}
     std::string dir_;

@@ -496,7 +496,9 @@ std::unique_ptr<Board> Board::create(const std::string &profile)
         throw;
     }
     setenv(kInstanceEnv, dir.c_str(), 1);
-    return std::unique_ptr<Board>(new Board(dir));
+    std::unique_ptr<Board> board(new Board(dir));
+    board->mark_invariants();
+    return board;
 }
 
 Board::~Board()

@@ -13,6 +13,7 @@
 
 #include "core/core.h"
 #include "core/section.h"
+#include "models/cpld.h"
 
 #ifndef BSPSIM_PROFILE_DIR_DEFAULT
 #define BSPSIM_PROFILE_DIR_DEFAULT "sim/profiles"
@@ -151,6 +152,7 @@ void load_board(const std::string &profile_path)
         if (auto reset = model(static_cast<ModelId>(i)).reset) reset();
     }
     apply_profile(profile_path, 0);
+    cpld::note_protection();
 }
 
 uint32_t profile_boards(const std::string &profile_path)

@@ -182,10 +182,16 @@ BSPSIM_API int close(int fd)
     int dev = device_of_fd(fd);
     if (dev < 0) return fn(fd);
     Call call(Op::DevClose, static_cast<uint32_t>(dev), {.a = static_cast<uint32_t>(dev)});
-    return call.run(true, [&] {
+    int rc = call.run(true, [&] {
         g_fd_kind[fd].store(0);
         return fn(fd);
     });
+    // Linux frees the descriptor even when close reports an error, so a failing close does too.
+    if (call.injected) {
+        g_fd_kind[fd].store(0);
+        (void)fn(fd);
+    }
+    return rc;
 }
 
 BSPSIM_API int ioctl(int fd, unsigned long request, ...)

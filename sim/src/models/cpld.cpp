@@ -9,6 +9,7 @@
 //  - hooked: bits another model renders from its own state (the RAM window's data register).
 #include <glib.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -37,6 +38,7 @@ struct State {
     uint8_t regs[kRegs];
     uint8_t last_written[kRegs];  // what a self-test register inverts
     RegDef map[kRegs];
+    uint8_t closed_at_load[kRegs];  // bits write protection kept closed once the profile was applied
 };
 
 State &st() { return region<State>(ModelId::cpld); }
@@ -58,6 +60,14 @@ uint8_t closed_bits(uint32_t addr, const RegDef &d)
     if (d.wp_mask == 0 || d.guard >= kRegs) return closed;
     if (d.per_bit) return static_cast<uint8_t>(closed | (d.wp_mask & d.guard_mask & (st().regs[d.guard] ^ d.open_value)));
     return static_cast<uint8_t>(closed | ((st().regs[d.guard] & d.guard_mask) != d.open_value ? d.wp_mask : 0));
+}
+
+// Bits of `addr` a guard or a model's own protection keeps closed right now (read-only
+// registers are not a protection anyone opens).
+uint8_t guarded_bits(uint32_t addr)
+{
+    const RegDef &d = st().map[addr];
+    return d.kind == kReadOnly ? 0 : closed_bits(addr, d);
 }
 
 thread_local bool t_back_door = false;
@@ -138,6 +148,27 @@ uint32_t spi_addr(const SpiRequest *req) { return req && req->cmd ? (uint32_t{re
 }  // namespace
 
 uint8_t stored(uint32_t addr) { return st().regs[addr]; }
+
+void note_protection()
+{
+    for (uint32_t a = 0; a < kRegs; ++a) st().closed_at_load[a] = guarded_bits(a);
+}
+
+std::vector<std::string> protection_left_open()
+{
+    std::vector<std::string> out;
+    for (uint32_t a = 0; a < kRegs; ++a) {
+        auto open = static_cast<uint8_t>(st().closed_at_load[a] & ~guarded_bits(a));
+        if (open == 0) continue;
+        const RegDef &d = st().map[a];
+        char b[160];
+        std::snprintf(b, sizeof b, "CPLD register 0x%03X%s%.*s%s: write protection of bits 0x%02X left open", a,
+                      d.name[0] ? " (" : "", static_cast<int>(strnlen(d.name, sizeof d.name)), d.name, d.name[0] ? ")" : "",
+                      open);
+        out.emplace_back(b);
+    }
+    return out;
+}
 
 bool back_door() { return t_back_door; }
 

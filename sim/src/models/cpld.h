@@ -3,6 +3,9 @@
 #ifndef BSPSIM_MODELS_CPLD_H
 #define BSPSIM_MODELS_CPLD_H
 
+#include <string>
+#include <vector>
+
 #include "core/core.h"
 #include "platform/bus.h"
 
@@ -29,6 +32,11 @@ void store(uint32_t addr, uint8_t value, uint8_t mask);
 // Bits `mask` of `reg` can only be written while (reg(guard) & guard_mask) == open_value; with
 // `per_bit`, each bit n of `mask` only while bit n of the guard equals bit n of open_value.
 void protect(uint32_t reg, uint8_t mask, uint32_t guard, uint8_t guard_mask, uint8_t open_value, bool per_bit = false);
+
+// Lock held. Notes which bits write protection keeps closed now (the profile just applied), and
+// lists, one line each, the registers whose protected bits have been left open since.
+void note_protection();
+std::vector<std::string> protection_left_open();
 
 int32_t local_bus(Call &&call, LocalBusRequest *req, bool write);
 int32_t spi(Call &&call, SpiRequest *req, bool write);

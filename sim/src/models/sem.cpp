@@ -3,6 +3,7 @@
 // The instance lock is not held while a take waits.
 #include <sys/sem.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -47,6 +48,17 @@ int32_t give(Call &&call, uint32_t id)
         sembuf op{index_of(id), 1, SEM_UNDO};
         return semop(semid, &op, 1) == 0 ? 0 : -1;
     });
+}
+
+std::vector<uint32_t> held_here()
+{
+    std::vector<uint32_t> held;
+    const int semid = header().semid;
+    for (uint32_t id = 0; id < kPerBoard; ++id) {
+        // Taken (value 0) and last moved by this process: a take of ours without its give.
+        if (semctl(semid, index_of(id), GETVAL) == 0 && semctl(semid, index_of(id), GETPID) == getpid()) held.push_back(id);
+    }
+    return held;
 }
 
 }  // namespace bspsim::detail::sem
