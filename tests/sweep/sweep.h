@@ -44,6 +44,16 @@ struct Obj {     // the handle of a framework object of the profile
 struct Txt {  // a writable text: copied to g_buf
     const char *text;
 };
+template <typename T>
+struct Ptr {  // an in-out value: a fresh copy of `v` for each call
+    T v;
+};
+struct SecCmd {};  // a secure-core transport block: sends from g_buf2, receives into its second half
+
+template <typename A>
+inline constexpr bool kIsPtr = false;
+template <typename T>
+inline constexpr bool kIsPtr<Ptr<T>> = true;
 
 // A call ready to run on a board: the result widened (void: 0).
 using Run = std::function<int64_t(bspsim::Board &)>;
@@ -62,7 +72,8 @@ struct Line {
     Fails fails;
     // Platform operations (names as the record has them) whose failure the function documents as
     // tolerated: it still returns success. A failure a later call of the same operation on the
-    // same key recovered (a retry) is tolerated without being named here. "wp-open": the
+    // same key recovered (a retry) is tolerated without being named here. "op#n": only the n-th
+    // (from 0) call of that operation is tolerated. "wp-open": the
     // function deliberately leaves a write protection open after a failed write.
     const char *tolerates;
     // Per argument, space-separated: "I:LO..HI" documented bounds, refused outside; "I:LO..HI~"
@@ -84,6 +95,15 @@ P arg(const A &a, bspsim::Board &b)
     else if constexpr (std::is_same_v<A, Buf2>) return reinterpret_cast<P>(g_buf2);
     else if constexpr (std::is_same_v<A, Obj>) return b.handle_of(a.name);
     else if constexpr (std::is_same_v<A, Txt>) return reinterpret_cast<P>(std::strcpy(reinterpret_cast<char *>(g_buf), a.text));
+    else if constexpr (kIsPtr<A>) {
+        static thread_local decltype(a.v) slot;
+        slot = a.v;
+        return &slot;
+    } else if constexpr (std::is_same_v<A, SecCmd>) {
+        static thread_local SecMsgCmd cmd;
+        cmd = {g_buf2, 64, g_buf2 + kBufSize / 2, 64};
+        return &cmd;
+    }
     else if constexpr (std::is_pointer_v<P> && std::is_pointer_v<A>) return const_cast<P>(a);
     else return static_cast<P>(a);
 }
@@ -118,8 +138,9 @@ inline Hint hint(const char *bounds, size_t i)
         if (v == "n") return {3};
         if (v == "len") return {4};
         char *end = nullptr;
-        long double lo = std::strtold(v.c_str(), &end);
-        long double hi = std::strtold(end + 2, &end);
+        // Whole numbers: a decimal reading would take "4." of "4..9" for a fraction.
+        long double lo = static_cast<long double>(std::strtoll(v.c_str(), &end, 0));
+        long double hi = static_cast<long double>(std::strtoll(end + 2, &end, 0));
         return {*end == '~' ? 2 : 1, lo, hi};
     }
     return {};

@@ -1,9 +1,38 @@
 // One line per exported function: SWEEP(function, how its result shows a failure, the failures
 // it tolerates, its arguments' bounds, the profiles to sweep ("" all), typical arguments...).
 // See sweep.h for the fields; the sweeps derive everything else.
+#include <unistd.h>
+
+#include <cstdio>
+
 #include "sweep/sweep.h"
 
 namespace sweep {
+namespace {
+
+// An existing file of the test's own, for the functions that never create one.
+const char *scratch_file()
+{
+    static const std::string path = [] {
+        const char *dir = std::getenv("TMPDIR");
+        std::string p = std::string(dir && *dir ? dir : "/tmp") + "/sweep-file-" + std::to_string(getpid());
+        if (FILE *f = std::fopen(p.c_str(), "w")) std::fclose(f);
+        return p;
+    }();
+    return path.c_str();
+}
+
+const uint8_t kStrapPins[4] = {129, 130, 131, 132};
+
+// The socket is the caller's: a caller closes it.
+int32_t veth_socket(uint16_t port, int *fd)
+{
+    int32_t r = BSP_CreateVethSocket(port, fd);
+    if (r == 0 && fd) close(*fd);
+    return r;
+}
+
+}  // namespace
 
 const std::vector<Line> &table()
 {
@@ -254,6 +283,59 @@ const std::vector<Line> &table()
         SWEEP(BSP_RecordWwnLog, Vd, "", "1:len 3:len", "", Buf{}, 1, Buf2{}, 1),
         SWEEP(BSP_GetSmmMcuMode, Vd, "", "", "", Buf{}),
         SWEEP(BSP_SetSmmMcuMode, St, LOOKUPS "", "", "", 1),
+        SWEEP(BSP_SetStopSwitchWatchDogFlag, St, LOOKUPS "", "", ""),
+        SWEEP(BSP_WaitSwitchStopWtdFlag, Vd, "", "", ""),
+        SWEEP(BSP_SetWdtTmie, Vl, "", "", "", 1),
+        SWEEP(BSP_GetResetType, Vl, "", "", ""),
+        SWEEP(BSP_SetResetType, Vd, "", "", "", 1),
+        SWEEP(BSP_GetHardResetCpuGPIO, St, LOOKUPS "", "", "", Buf{}),
+        SWEEP(BSP_HardResetCpu, St, LOOKUPS "gpio_write", "", ""),
+        SWEEP(BSP_SoftResetCpu, St, LOOKUPS "local_bus_write#3 local_bus_write#4 spi_write#3 spi_write#4", "", ""),
+        SWEEP(BSP_NotifySoftResetByCpld, St, LOOKUPS "sem_v local_bus_read local_bus_write spi_read spi_write", "", ""),
+        SWEEP(BSP_GetOsBootFlag, St, LOOKUPS "", "", "", Buf{}),
+        SWEEP(BSP_vSmmSetOsBootFlag, St, LOOKUPS "", "", "", 1),
+        SWEEP(BSP_CloseIXON, Vd, "", "", ""),
+        SWEEP(BSP_RebootBmc, Vd, "", "", ""),
+        SWEEP(BSP_RebootBmcFlexibly, Vl, "", "", "", 1),
+        SWEEP(BSP_RebootRequestProcess, Vl, "", "", "", 2, 0, 0),
+        SWEEP(BSP_GetBmcBootStatus, Vl, "", "0:0..3~", "", 0),
+        SWEEP(BSP_GetBmcOrCtrlUpStatus, Vl, "", "1:0..3~", "", 0x1F0, 0),
+        SWEEP(BSP_GetChipTypeGpioVal, St, LOOKUPS "", "", "", Buf{}),
+        SWEEP(BSP_JudgeChipType, Pr, "", "", "", 1, kStrapPins),
+        SWEEP(BSP_IndentifyChipType, Vl, "", "0:0..5~", "", 0, Buf{}),
+        SWEEP(BSP_GetChipTypeStr, Vl, "", "1:len", "", 0, 32, Buf{}),
+        SWEEP(BSP_Is5830Chip, Vl, "", "", ""),
+        SWEEP(BSP_GetInfoFrom9555, St, LOOKUPS "", "", "", Obj{"Exp9555"}, "Input0", Buf{}),
+        SWEEP(BSP_SetInfoTo9555, St, LOOKUPS "", "", "", Obj{"Exp9555"}, "Output1", 1),
+        SWEEP(BSP_GetAccessChipHandle, St, LOOKUPS "", "", "", Obj{"BoardFru"}, "Data", Buf{}),
+        SWEEP(BSP_ReadChip, St, LOOKUPS "", "3:len 1:n 4:n", "", Obj{"BoardEeprom"}, "Data", 0, 4, Buf{}),
+        SWEEP(BSP_WriteChip, St, LOOKUPS "", "3:len 1:n 4:n", "", Obj{"BoardEeprom"}, "Data", 0, 4, Buf{}),
+        SWEEP(BSP_GetClockStatus, Vl, "", "", ""),
+        SWEEP(BSP_GetBpEepromCount, Vl, "", "", ""),
+        SWEEP(dal_send_recv_msg_with_m3, St, "", "1:4..4094", "", Buf{}, 4, Buf2{}, Ptr<uint16_t>{64}),
+        SWEEP(dal_check_send_recv_msg, St, "", "", "", SecCmd{}, Buf{}, 4, 16),
+        SWEEP(dal_get_bmc_secure_boot_info, St, "", "", "", Buf{}),
+        SWEEP(dal_get_bmc_last_upgrde_info, St, "", "", "", Buf{}),
+        SWEEP(dal_set_bmc_upgrade_flag, St, "", "", "", 1),
+        SWEEP(dal_get_bios_mux_status, St, "", "", "", Buf{}),
+        SWEEP(dal_set_bios_mux_ctrl, St, "", "", "", 1),
+        SWEEP(dal_get_bios_verify_result, St, "", "", "", Buf{}),
+        SWEEP(dal_set_bios_verify_ctrl, St, "", "", "", 1),
+        SWEEP(dal_set_customer_info, St, "", "", ""),
+        SWEEP(BSP_GetDataFromMCU, St, LOOKUPS "", "4:1..1024", "", Obj{"FanBoardMcu"}, "McuBlock", 0x01, Buf{}, 4),
+        SWEEP(BSP_SetDataToMCU, St, LOOKUPS "", "4:0..1026 1:n", "", Obj{"FanBoardMcu"}, "McuBlock", 0x10, Buf{}, 4),
+        SWEEP(BSP_GetEarOnlineStates, St, LOOKUPS "", "", "", Buf{}),
+        SWEEP(BSP_GetBoardCoolingState, St, LOOKUPS "dfl_call_method", "", "", Buf{}),
+        SWEEP(dal_get_self_thread_id, Vl, "", "", ""),
+        SWEEP(dal_init_openssl, Vd, "", "", ""),
+        SWEEP(dal_read_file, St, "", "2:len", "", "/dev/zero", Buf{}, 16),
+        SWEEP(dal_write_file, St, "file_access", "2:len 1:n", "", scratch_file(), Buf{}, 16),
+        SWEEP(dal_get_fm_file_accessible, Vl, "", "", "", "cfg", "key", 2),
+        SWEEP(dal_get_encryptkey_component, St, LOOKUPS "", "3:len", "", "EncryptKey", "Component", Buf{}, 16),
+        SWEEP(dal_get_encryptkey_workkey, St, LOOKUPS "", "3:len", "", "EncryptKey", "WorkKey", Buf{}, 128),
+        SWEEP(BSP_GetVethIP, St, "", "1:len", "", Buf{}, 64),
+        ::sweep::line("BSP_CreateVethSocket", &veth_socket, St, "", "", "", 0, Buf{}),
+        SWEEP(BSP_SocketWrite, St, "", "2:len", "", -1, Buf{}, 4, 9000),
     };
     return lines;
 }
