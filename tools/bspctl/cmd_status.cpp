@@ -245,7 +245,7 @@ void print_picture_text(const std::vector<CtrlBoard> &boards, const Roles &roles
     print_rule(psu.size());
 }
 
-void print_picture_json(const std::vector<CtrlBoard> &boards, const Roles &roles)
+void print_picture_json(const Roles &roles)
 {
     auto slot = [](const std::optional<uint32_t> &v) { return v ? std::to_string(*v) : std::string("null"); };
     std::printf(",\n  \"this_slot\": %s,\n  \"master_slot\": %s", slot(roles.own).c_str(), slot(roles.master).c_str());
@@ -328,7 +328,7 @@ int run(const Options &opts, const Args &args)
         std::printf(",\n  \"power\": {\"state\": \"%s\", \"standby\": %s, \"rails_ok\": %s}", power.state(),
                     json_flag(power.standby), json_verdict(power));
         print_ctrl_boards_json(ctrl_boards);
-        print_picture_json(ctrl_boards, roles);
+        print_picture_json(roles);
         print_power_json(supplies, bbu);
         std::printf("\n}\n");
     } else {
