@@ -1,10 +1,9 @@
-// The soak: worker processes on both boards of one simulated enclosure run a random mix of every
-// kind of operation, while a supervisor SIGKILLs one of them at random moments (holding a
-// semaphore, halfway through a record, with a write protection open) and starts another in its
-// place. The survivors must never see a torn value; once the workers stop, no semaphore is
-// held, and a record half written or a protection left open is only ever found where a killed
-// process left it, and the next complete write or sequence of its kind repairs it.
-// `soak --seconds N` runs for N seconds instead of the short run ctest makes.
+// The soak: workers on both boards of one simulated enclosure run a random mix of every kind of
+// operation while a supervisor SIGKILLs one at random moments (holding a semaphore, halfway
+// through a record, with a write protection open) and starts another in its place. Survivors
+// never see a torn value; afterwards no semaphore is held, and a torn record or an open
+// protection is found only where a kill left it, until the next complete run of its kind.
+// `soak --seconds N` runs N seconds instead of ctest's short run.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -41,14 +40,19 @@ constexpr std::array<uint8_t, 4> kMcuVersion = {1, 3, 0, 12};  // what the profi
 // What a kill halfway through an operation may leave behind, per board: a range or record half
 // written, or a write protection open with its pulse not ended.
 enum Res { kNone = -1, kRangeRes, kCfgRes, kModelRes, kWwnRes, kGrabWp, kGiveWp, kButtonWp, kWdtWp, kAcWp, kNotifyWp, kResCount };
-// For each protected sequence: the register the invariant check names for its protection, and
-// the pulsed bits with the level they rest at.
-struct Trace { const char *wp; uint32_t reg; uint8_t mask, rest; };
-constexpr std::array<Trace, kResCount> kTraces = {{{}, {}, {}, {}, {"0x0E2", 0xE1, 0x10, 0}, {"0x0E2", 0xE1, 0x08, 0},
-                                                   {"0x0E8", 0xE7, 0x07, 0x07}, {"0x0E2", 0xE1, 0, 0}, {"0x1A1", 0x1A0, 1, 1}, {"0x1A4", 0x1A3, 0x06, 0}}};
+// For each protected sequence: the register whose bits it opens (as the invariant check names
+// it), those bits, and the bits it pulses with the level they rest at.
+struct Trace { uint32_t reg; uint8_t bits, pulse, rest; };
+constexpr std::array<Trace, kResCount> kTraces = {{{}, {}, {}, {}, {0xE1, 0x10, 0x10, 0}, {0xE1, 0x08, 0x08, 0}, {0xE7, 0x07, 0x07, 0x07},
+                                                   {0xE1, 0x03, 0, 0}, {0x1A0, 0x01, 0x01, 0x01}, {0x1A3, 0x06, 0x06, 0}}};
+
+// The figures printed at the end, in this order.
+enum Figure { kKills, kChecked, kTornByKill, kCaught, kPassed, kLeftOpen, kViolations, kFigures };
+constexpr std::array<const char *, kFigures> kFigureNames = {"kills", "reads checked", "torn by a kill, seen so", "bytewise record mixes, check caught",
+                                                             "bytewise record mixes, check passed", "protections a kill left open", "violations"};
 
 struct Shared {
-    std::atomic<uint64_t> done[24], checked, violations, kills, torn_by_kill, caught_by_check, passed_check, left_open_by_kill;
+    std::atomic<unsigned long long> done[24], fig[kFigures];
     std::atomic<uint32_t> kill_started, kill_marked;  // kills begun / whose damage is marked
     std::atomic<uint32_t> damaged[kBoards][kResCount];  // the kill that may have damaged it (0: none)
     std::atomic<uint32_t> marks[kBoards][kResCount];    // kills marked against it so far
@@ -62,7 +66,7 @@ struct Worker {
     int slot;
     uint32_t board;
     std::mt19937 rng;
-    int reg_bit = -1, ram_bit = -1, ram_byte = -1;  // what this worker last wrote there
+    int reg_bit = -1, ram_bit = -1, ram_byte = -1;  // what this worker last wrote there (-1: nothing yet)
     char version[16] = {};
     uint32_t damage0[kResCount] = {}, marks0[kResCount] = {};  // as the current operation began
     unsigned pick(unsigned n) { return rng() % n; }
@@ -71,8 +75,8 @@ struct Worker {
 
 void check(Worker &w, bool ok, const char *what)
 {
-    g->checked++;
-    if (!ok && g->violations++ == 0) std::snprintf(g->first, sizeof g->first, "worker %d (board %u): %s", w.slot, w.board, what);
+    g->fig[kChecked]++;
+    if (!ok && g->fig[kViolations]++ == 0) std::snprintf(g->first, sizeof g->first, "worker %d (board %u): %s", w.slot, w.board, what);
 }
 
 // Whether a kill may have damaged `r` before or during this operation: it was damaged when the
@@ -87,38 +91,23 @@ bool damaged(const Worker &w, Res r)
 // A read that is not a whole write: only after a kill halfway through a write of it.
 void torn(Worker &w, Res r, const char *what)
 {
-    if (damaged(w, r)) g->torn_by_kill++;
+    if (damaged(w, r)) g->fig[kTornByKill]++;
     else check(w, false, what);
 }
 
-// A record read back through its check byte: a whole pattern, a mix the check byte caught, or
-// (counted apart) a mix it let through. Records the library moves as one range under the RAM
-// semaphore (`ranged`) never mix unless a kill tore them.
+// A record read back through its check byte. One the library moves as one range under the RAM
+// semaphore (`ranged`) is whole unless a kill tore it. One written or read byte by byte, each
+// byte under the semaphore alone, can mix two writes: its check byte catches most such mixes
+// and lets about one in 256 through, which is counted apart.
 void record(Worker &w, Res r, bool ok, bool whole, bool ranged)
 {
     if (ok && whole) return check(w, true, "");
-    g->checked++;
-    (ok ? g->passed_check : g->caught_by_check)++;
-    if (ranged) torn(w, r, ok ? "product configuration torn, its check byte passed" : "product configuration invalid");
+    if (ranged) return torn(w, r, ok ? "product configuration torn, its check byte passed" : "product configuration invalid");
+    g->fig[kChecked]++, g->fig[ok ? kPassed : kCaught]++;
 }
 
-bool read_mastership(Worker &w)
-{
-    uint32_t role = 2;
-    uint8_t fields = 0;
-    check(w, BSP_GetBoardMasterOrSlaveState(&role) == 0 && role <= 1, "role query failed");
-    check(w, BSP_ReadCpldBytes(0xE4, 1, &fields) == 0 && mp::masters(fields) <= 1, "two masters at once");
-    return true;
-}
-
-bool mcu(Worker &w)
-{
-    OBJ_HANDLE h = 0;
-    std::array<uint8_t, 4> out{};
-    check(w, dfl_get_object_handle("FanBoardMcu", &h) == 0 && BSP_GetDataFromMCU(h, "McuBlock", 0x01, out.data(), 4) == 0 && out == kMcuVersion,
-          "fan MCU version read");
-    return true;
-}
+// An operation whose whole outcome is one check.
+bool checked(Worker &w, bool ok, const char *what) { return check(w, ok, what), true; }
 
 struct Op {
     const char *name;
@@ -130,13 +119,11 @@ struct Op {
 const std::array kOps = {
     Op{"cpld reg read", kNone, [](Worker &w) {
         uint8_t v = 0;
-        check(w, BSP_ReadCpldBytes(kScratch, 1, &v) == 0 && (w.reg_bit < 0 || ((v >> w.slot) & 1) == w.reg_bit), "own register bit changed");
-        return true; }},
+        return checked(w, BSP_ReadCpldBytes(kScratch, 1, &v) == 0 && (w.reg_bit < 0 || ((v >> w.slot) & 1) == w.reg_bit), "own register bit changed"); }},
     Op{"cpld bit rmw", kNone, [](Worker &w) {
         uint8_t v = 2;
         w.reg_bit = static_cast<int>(w.pick(2));
-        check(w, BSP_WriteCpldBit(kScratch, w.slot, w.reg_bit) == 0 && BSP_ReadCpldBit(kScratch, w.slot, &v) == 0 && v == w.reg_bit, "own register bit lost");
-        return true; }},
+        return checked(w, BSP_WriteCpldBit(kScratch, w.slot, w.reg_bit) == 0 && BSP_ReadCpldBit(kScratch, w.slot, &v) == 0 && v == w.reg_bit, "own register bit lost"); }},
     Op{"ram byte", kNone, [](Worker &w) {
         uint8_t v = 0;
         if (w.ram_byte >= 0) BSP_GetCpldRam(kOwnBytes + w.slot, &v), check(w, v == w.ram_byte, "own RAM byte changed");
@@ -145,15 +132,12 @@ const std::array kOps = {
     Op{"ram bit", kNone, [](Worker &w) {
         uint8_t v = 2;
         w.ram_bit = static_cast<int>(w.pick(2));
-        check(w, BSP_SetCpldRamBit(kOwnBits, w.slot, w.ram_bit) == 0 && BSP_GetCpldRamBit(kOwnBits, w.slot, &v) == 0 && v == w.ram_bit, "own RAM bit lost");
-        return true; }},
+        return checked(w, BSP_SetCpldRamBit(kOwnBits, w.slot, w.ram_bit) == 0 && BSP_GetCpldRamBit(kOwnBits, w.slot, &v) == 0 && v == w.ram_bit, "own RAM bit lost"); }},
     Op{"ram range write", kRangeRes, [](Worker &w) { return BSP_SetCpldRamBytes(kRange, mp::pattern<64>(w.pick(4)).data(), 64) == 0; }},
     Op{"ram range read", kNone, [](Worker &w) {
         std::array<uint8_t, 64> got{};
-        if (BSP_GetCpldRamBytes(kRange, got.data(), 64) != 0) check(w, false, "range read failed");
-        else if (!mp::whole_pattern(got, 4)) torn(w, kRangeRes, "range mixed");
-        else check(w, true, "");
-        return true; }},
+        if (BSP_GetCpldRamBytes(kRange, got.data(), 64) != 0 || mp::whole_pattern(got, 4)) return checked(w, mp::whole_pattern(got, 4), "range read failed");
+        return torn(w, kRangeRes, "range mixed"), true; }},
     Op{"product cfg write", kCfgRes, [](Worker &w) { return BSP_SetProductCfgInfoToCpldRam(mp::pattern<64>(w.pick(4)).data(), 64) == 0; }},
     Op{"product cfg read", kNone, [](Worker &w) {
         std::array<uint8_t, 64> got{};
@@ -174,32 +158,35 @@ const std::array kOps = {
             whole |= BSP_MacToWWN(mp::pattern<6>(t).data(), &wwn) == 0 && std::memcmp(&wwn, got.data(), 8) == 0;
         }
         return record(w, kWwnRes, ok, whole, false), true; }},
-    Op{"cpld self test", kNone, [](Worker &w) { return check(w, BSP_CpldSelfTest() == 0, "self test failed"), true; }},
-    Op{"soft-reset notice", kNotifyWp, [](Worker &w) { return check(w, BSP_NotifySoftResetByCpld() == 0, "soft-reset notice failed"), true; }},
+    Op{"cpld self test", kNone, [](Worker &w) { return checked(w, BSP_CpldSelfTest() == 0, "self test failed"); }},
+    Op{"soft-reset notice", kNotifyWp, [](Worker &w) { return checked(w, BSP_NotifySoftResetByCpld() == 0, "soft-reset notice failed"); }},
     Op{"psu and bbu", kNone, [](Worker &w) {
-        for (uint8_t p = 0; p < 2; ++p) {
-            uint8_t present = 0, ok = 0, alarm = 1, on = 0;
-            check(w, BSP_GetPowerPresent(p, &present) == 0 && BSP_GetPowerOkState(p, &ok) == 0 && BSP_GetPowerAlarmState(p, &alarm) == 0 &&
-                         BSP_GetPowerOnState(p, &on) == 0 && present == 1 && ok == 1 && alarm == 0 && on == 1, "supply state");
-        }
-        check(w, BSP_CheckBBUStatus(0) == 0, "battery state");
-        return true; }},
+        uint8_t p = static_cast<uint8_t>(w.pick(2)), present = 0, ok = 0, alarm = 1, on = 0;
+        return checked(w, BSP_GetPowerPresent(p, &present) == 0 && BSP_GetPowerOkState(p, &ok) == 0 && BSP_GetPowerAlarmState(p, &alarm) == 0 &&
+                              BSP_GetPowerOnState(p, &on) == 0 && present == 1 && ok == 1 && alarm == 0 && on == 1 && BSP_CheckBBUStatus(0) == 0,
+                       "supply or battery state"); }},
     Op{"versions", kNone, [](Worker &w) {
         char v[16] = {};
-        check(w, BSP_GetCpldVersion(0, v) == 0 && std::strcmp(v, w.version) == 0, "CPLD version changed");
-        return true; }},
+        return checked(w, BSP_GetCpldVersion(0, v) == 0 && std::strcmp(v, w.version) == 0, "CPLD version changed"); }},
     Op{"identity", kNone, [](Worker &w) {
         uint8_t id = 0, slot = 0xFF;
-        check(w, BSP_GetBmcBoardId(&id) == 0 && id == 0x05 && BSP_Is2U2CBoard() == 1 && BSP_GetBoardSlot(&slot) == 0 && slot == bspsim::slot_of_board(w.board),
-              "board identity");
-        return true; }},
-    Op{"mastership query", kNone, read_mastership},
-    Op{"grab mastership", kGrabWp, [](Worker &w) { return check(w, BSP_GrabBoardMaster() == 0, "grab failed"), true; }},
-    Op{"give mastership", kGiveWp, [](Worker &w) { return check(w, BSP_AbandonBoardMaster() == 0, "give failed"), true; }},
-    Op{"power button", kButtonWp, [](Worker &w) { return check(w, BSP_SoftPowerButtonCtrl(std::array<uint8_t, 3>{0, 2, 3}[w.pick(3)]) == 0, "power button"), true; }},
-    Op{"watchdog time", kWdtWp, [](Worker &w) { return check(w, BSP_SetWdtTmie(static_cast<uint8_t>(w.pick(4))) == 0, "watchdog time"), true; }},
-    Op{"ac interrupt", kAcWp, [](Worker &w) { return check(w, BSP_SimAcInt() == 0, "AC interrupt"), true; }},
-    Op{"fan mcu read", kNone, mcu},
+        return checked(w, BSP_GetBmcBoardId(&id) == 0 && id == 0x05 && BSP_Is2U2CBoard() == 1 && BSP_GetBoardSlot(&slot) == 0 && slot == bspsim::slot_of_board(w.board),
+                       "board identity"); }},
+    Op{"mastership query", kNone, [](Worker &w) {
+        uint32_t role = 2;
+        uint8_t fields = 0;
+        return checked(w, BSP_GetBoardMasterOrSlaveState(&role) == 0 && role <= 1 && BSP_ReadCpldBytes(0xE4, 1, &fields) == 0 && mp::masters(fields) <= 1,
+                       "role unknown, or two masters"); }},
+    Op{"grab mastership", kGrabWp, [](Worker &w) { return checked(w, BSP_GrabBoardMaster() == 0, "grab failed"); }},
+    Op{"give mastership", kGiveWp, [](Worker &w) { return checked(w, BSP_AbandonBoardMaster() == 0, "give failed"); }},
+    Op{"power button", kButtonWp, [](Worker &w) { return checked(w, BSP_SoftPowerButtonCtrl(std::array<uint8_t, 3>{0, 2, 3}[w.pick(3)]) == 0, "power button"); }},
+    Op{"watchdog time", kWdtWp, [](Worker &w) { return checked(w, BSP_SetWdtTmie(static_cast<uint8_t>(w.pick(4))) == 0, "watchdog time"); }},
+    Op{"ac interrupt", kAcWp, [](Worker &w) { return checked(w, BSP_SimAcInt() == 0, "AC interrupt"); }},
+    Op{"fan mcu read", kNone, [](Worker &w) {
+        OBJ_HANDLE h = 0;
+        std::array<uint8_t, 4> out{};
+        return checked(w, dfl_get_object_handle("FanBoardMcu", &h) == 0 && BSP_GetDataFromMCU(h, "McuBlock", 0x01, out.data(), 4) == 0 && out == kMcuVersion,
+                       "fan MCU version"); }},
 };
 static_assert(kOps.size() <= sizeof(Shared::done) / sizeof(Shared::done[0]));
 
@@ -226,11 +213,8 @@ void work(int slot)
 // Runs `body` as a process of board `b` (the library's caches are per process and per board).
 void on_board(uint32_t b, const std::function<void(Worker &)> &body)
 {
-    pid_t p = mp::spawn([&] {
-        Worker w{.slot = static_cast<int>(b), .board = b, .rng = {}};
-        bspsim::switch_board(b);
-        body(w);
-    });
+    Worker w{.slot = static_cast<int>(b), .board = b, .rng = {}};
+    pid_t p = mp::spawn([&] { bspsim::switch_board(b), body(w); });
     EXPECT_EQ(waitpid(p, nullptr, 0), p);
 }
 
@@ -249,21 +233,28 @@ TEST(Soak, KilledAtRandomTheSurvivorsSeeNoTornValueAndNothingStaysLocked)
     std::array<pid_t, kWorkers> pids{};
     const unsigned limit = static_cast<unsigned>(g_seconds) + 120;
     for (int s = 0; s < kWorkers; ++s) pids[s] = mp::spawn([s] { work(s); }, limit);
-    std::mt19937 rng(static_cast<unsigned>(getpid()));
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(g_seconds);
-    while (std::chrono::steady_clock::now() < end) {
-        usleep(2000 + rng() % 40000);
-        const int v = static_cast<int>(rng() % kWorkers);
+    auto kill_one = [&pids](int v) {
         const uint32_t n = ++g->kill_started;
         int status = 0;
-        kill(pids[v], SIGKILL);
-        waitpid(pids[v], &status, 0);
+        kill(pids[v], SIGKILL), waitpid(pids[v], &status, 0);
         EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "worker " << v << " died by itself, status " << status;
         if (int op = g->op[v]; op >= 0 && kOps[op].res != kNone) g->damaged[v % kBoards][kOps[op].res] = n, g->marks[v % kBoards][kOps[op].res]++;
-        g->op[v] = -1;
-        g->kill_marked = n;
-        g->kills++;
+        g->op[v] = -1, g->kill_marked = n, g->fig[kKills]++;
+    };
+    std::mt19937 rng(static_cast<unsigned>(getpid()));
+    for (const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(g_seconds); std::chrono::steady_clock::now() < end;) {
+        usleep(2000 + rng() % 40000);
+        const int v = static_cast<int>(rng() % kWorkers);
+        kill_one(v);
         pids[v] = mp::spawn([v] { work(v); }, limit);
+    }
+    // The last kill catches a worker inside a protected sequence and the others stop: nothing
+    // repairs that one before the checks below, unless a run of its kind was under way.
+    for (int i = 0, v = 0; i < 100000; ++i, v = (v + 1) % kWorkers, usleep(20)) {
+        if (int op = g->op[v]; op >= 0 && kOps[op].res >= kGrabWp) {
+            kill_one(v), pids[v] = mp::spawn([] {});
+            break;
+        }
     }
     g->stop = true;
     for (pid_t p : pids) {
@@ -281,29 +272,28 @@ TEST(Soak, KilledAtRandomTheSurvivorsSeeNoTornValueAndNothingStaysLocked)
             check(w, BSP_GetWwnFromCpld(buf.data()) == 0 || g->damaged[w.board][kWwnRes] != 0, "wwn record invalid");
             // A protection found open, or a pulse not ended, must be one a kill left so.
             for (const std::string &line : board->check_invariants()) {
-                bool explained = false;
-                for (int r = kGrabWp; r < kResCount; ++r) explained |= line.find(kTraces[r].wp) != std::string::npos && g->damaged[w.board][r] != 0;
-                g->left_open_by_kill += explained;
-                check(w, explained, line.c_str());
+                unsigned reg = 0, open = 0xFF, covered = 0;
+                std::sscanf(line.c_str(), "CPLD register 0x%x", &reg);
+                if (const char *bits = std::strstr(line.c_str(), "bits 0x")) open = static_cast<unsigned>(std::strtoul(bits + 5, nullptr, 16));
+                for (int r = kGrabWp; r < kResCount; ++r) covered |= kTraces[r].reg == reg && g->damaged[w.board][r] != 0 ? kTraces[r].bits : 0;
+                g->fig[kLeftOpen] += (open & ~covered) == 0;
+                check(w, (open & ~covered) == 0, line.c_str());
             }
             for (int r = kGrabWp; r < kResCount; ++r)
-                check(w, (board->reg(kTraces[r].reg) & kTraces[r].mask) == kTraces[r].rest || g->damaged[w.board][r] != 0, "a pulse left active");
+                check(w, (board->reg(kTraces[r].reg) & kTraces[r].pulse) == kTraces[r].rest || g->damaged[w.board][r] != 0, "a pulse left active");
             BSP_GrabBoardMaster(), BSP_AbandonBoardMaster(), BSP_SoftPowerButtonCtrl(0), BSP_SetWdtTmie(0), BSP_SimAcInt(), BSP_NotifySoftResetByCpld();
             for (const std::string &line : board->check_invariants()) check(w, false, line.c_str());
         });
         bspsim::switch_board(b);
         for (uint32_t id : {12u, 20u, 29u, 38u}) EXPECT_EQ(board->sem_value(id), 1) << "semaphore " << id << " of board " << b << " held";
     }
-    uint64_t total = 0;
-    for (size_t k = 0; k < kOps.size(); ++k) std::printf("%-18s %10llu\n", kOps[k].name, static_cast<unsigned long long>(g->done[k].load())), total += g->done[k];
-    std::printf("operations %llu in %d s, kills %llu, reads checked %llu, torn by a kill and seen so %llu, record mixes caught by their check byte %llu "
-                "and passed by it %llu, protections a kill left open %llu, violations %llu\n",
-                static_cast<unsigned long long>(total), g_seconds, static_cast<unsigned long long>(g->kills.load()), static_cast<unsigned long long>(g->checked.load()),
-                static_cast<unsigned long long>(g->torn_by_kill.load()), static_cast<unsigned long long>(g->caught_by_check.load()),
-                static_cast<unsigned long long>(g->passed_check.load()), static_cast<unsigned long long>(g->left_open_by_kill.load()), static_cast<unsigned long long>(g->violations.load()));
-    EXPECT_GT(g->kills, 0u);
+    unsigned long long total = 0;
+    for (size_t k = 0; k < kOps.size(); ++k) std::printf("%-18s %10llu\n", kOps[k].name, g->done[k].load()), total += g->done[k];
+    std::printf("operations %llu in %d s\n", total, g_seconds);
+    for (size_t i = 0; i < kFigures; ++i) std::printf("%-35s %llu\n", kFigureNames[i], g->fig[i].load());
+    EXPECT_GT(g->fig[kKills], 0u);
     EXPECT_GT(total, 0u);
-    EXPECT_EQ(g->violations, 0u) << "first: " << g->first;
+    EXPECT_EQ(g->fig[kViolations], 0u) << "first: " << g->first;
 }
 
 }  // namespace
@@ -311,8 +301,6 @@ TEST(Soak, KilledAtRandomTheSurvivorsSeeNoTornValueAndNothingStaysLocked)
 int main(int argc, char **argv)
 {
     testing::InitGoogleTest(&argc, argv);
-    for (int i = 1; i + 1 < argc; ++i) {
-        if (std::strcmp(argv[i], "--seconds") == 0) g_seconds = std::atoi(argv[i + 1]);
-    }
+    for (int i = 1; i + 1 < argc; ++i) g_seconds = std::strcmp(argv[i], "--seconds") == 0 ? std::atoi(argv[i + 1]) : g_seconds;
     return RUN_ALL_TESTS();
 }
