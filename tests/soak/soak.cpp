@@ -281,7 +281,8 @@ TEST(Soak, KilledAtRandomTheSurvivorsSeeNoTornValueAndNothingStaysLocked)
             }
             for (int r = kGrabWp; r < kResCount; ++r)
                 check(w, (board->reg(kTraces[r].reg) & kTraces[r].pulse) == kTraces[r].rest || g->damaged[w.board][r] != 0, "a pulse left active");
-            BSP_GrabBoardMaster(), BSP_AbandonBoardMaster(), BSP_SoftPowerButtonCtrl(0), BSP_SetWdtTmie(0), BSP_SimAcInt(), BSP_NotifySoftResetByCpld();
+            BSP_GrabBoardMaster(), BSP_AbandonBoardMaster(), BSP_SetWdtTmie(0), BSP_SimAcInt(), BSP_NotifySoftResetByCpld();
+            for (uint8_t action : {2, 3, 0}) BSP_SoftPowerButtonCtrl(action);
             for (const std::string &line : board->check_invariants()) check(w, false, line.c_str());
         });
         bspsim::switch_board(b);
