@@ -98,4 +98,19 @@ TEST_F(Dog, TimeSelection)
     EXPECT_EQ(sim().reg(0xE1) & 3, 1);
 }
 
+// The enable really guards the selection: when it cannot be opened the selection stays as it
+// was, and a sequence that failed to close it leaves it open for the invariant check to see.
+TEST_F(Dog, TimeSelectionNeedsItsEnable)
+{
+    known_board();
+    sim().fail(Op::LocalBusWrite, 1, -1, 0xE2);
+    EXPECT_EQ(BSP_SetWdtTmie(3), 0u);
+    EXPECT_EQ(tr({Op::LocalBusWrite}), "wr e2&01=0!-1 wr e1&01=1!wp wr e1&02=1!wp wr e2&01=1");
+    EXPECT_EQ(sim().reg(0xE1) & 3, 0);
+    sim().fail(Op::LocalBusWrite, 1, -1, 0xE2, 1);
+    EXPECT_EQ(BSP_SetWdtTmie(3), 0u);
+    EXPECT_EQ(sim().reg(0xE1) & 3, 3);
+    EXPECT_EQ(sim().check_invariants(), std::vector<std::string>{"CPLD register 0x0E1 (wdt_time): write protection of bits 0x03 left open"});
+}
+
 }  // namespace

@@ -2,7 +2,6 @@
 // grabbing and giving up mastership in a loop, while the CPLDs arbitrate. At no moment may two
 // boards be master, and every request must close its write protect again.
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,6 +10,7 @@
 
 #include "bmc_bsp.h"
 #include "bspsim/mastership.hpp"
+#include "mp_helpers.h"
 #include "robust_futex.h"
 
 namespace {
@@ -24,9 +24,7 @@ bool two_masters(Tally &t)
 {
     uint8_t fields = 0;
     t.failed += BSP_ReadCpldBytes(0xE4, 1, &fields) != 0;
-    int n = 0;
-    for (int s = 0; s < 4; ++s) n += ((fields >> (2 * s)) & 3) == 1;
-    return n > 1;
+    return mp::masters(fields) > 1;
 }
 
 // With `two_claims` the CPLDs are faulty and let a grab win beside another master: the
@@ -37,7 +35,7 @@ void contend(const std::string &profile, uint32_t boards, bool two_claims = fals
     auto board = bspsim::Board::create(profile);
     ASSERT_EQ(bspsim::board_count(), boards);
     bspsim::allow_two_claims(two_claims);
-    auto *tally = new (mmap(nullptr, sizeof(Tally) * boards, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Tally[boards]{};
+    auto *tally = mp::shared<Tally>(boards);
     for (uint32_t b = 0; b < boards; ++b) {
         if (fork() != 0) continue;
         alarm(120);
@@ -66,7 +64,6 @@ void contend(const std::string &profile, uint32_t boards, bool two_claims = fals
     EXPECT_GT(wins, 0);
     EXPECT_EQ(bspsim::master_slots(), 0);
     EXPECT_EQ(seen_two > 0, two_claims) << seen_two << " observations of two masters";
-    munmap(tally, sizeof(Tally) * boards);
 }
 
 TEST(Arbitration, TwoBoardsNeverBothMaster) { contend("default", 2); }

@@ -3,19 +3,18 @@
 // does not keep the others out.
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <atomic>
-#include <functional>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "bmc_bsp.h"
 #include "bspsim/sim.hpp"
+#include "mp_helpers.h"
 #include "robust_futex.h"
 #include "platform/sem.h"
 
@@ -29,41 +28,20 @@ constexpr int kRounds = 2000;
 
 using Pattern = std::array<uint8_t, kLen>;
 
-// Worker w writes bytes w*64 .. w*64+63: no byte value is shared between two patterns, so a
-// read made of two of them is seen at once.
-Pattern pattern(int worker)
-{
-    Pattern p{};
-    for (uint32_t i = 0; i < kLen; ++i) p[i] = static_cast<uint8_t>(worker * kLen + i);
-    return p;
-}
-
-// The first byte says whose pattern it must be.
-bool whole_pattern(const Pattern &read) { return read[0] / kLen < kWorkers && read == pattern(read[0] / kLen); }
+Pattern pattern(int worker) { return mp::pattern<kLen>(static_cast<unsigned>(worker)); }
+bool whole_pattern(const Pattern &read) { return mp::whole_pattern(read, kWorkers); }
 
 // What each worker reports, in memory shared with the parent.
 struct Tally { std::atomic<int> rounds, mixed, failed; };
-
-// A child running `body`; one still running after four minutes dies of SIGALRM.
-pid_t spawn(const std::function<void()> &body)
-{
-    pid_t pid = fork();
-    if (pid == 0) {
-        alarm(240);
-        body();
-        _exit(0);
-    }
-    return pid;
-}
 
 // `n` workers of `rounds` rounds each, started at once. Each writes its own pattern over the
 // shared range and reads the range back: another worker may write between the two calls, so the
 // read may be someone else's pattern, but never a mixture.
 struct Workers {
     Workers(int n, int rounds)
-        : rounds(rounds), tallies(new (mmap(nullptr, sizeof(Tally) * n, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Tally[n]{})
+        : rounds(rounds), tallies(mp::shared<Tally>(n))
     {
-        for (int w = 0; w < n; ++w) pids.push_back(spawn([this, w] {
+        for (int w = 0; w < n; ++w) pids.push_back(mp::spawn([this, w] {
             const Pattern mine = pattern(w);
             for (int r = 0; r < this->rounds; ++r, tallies[w].rounds++) {
                 Pattern back{};
@@ -100,7 +78,7 @@ TEST(MultiProcess, RangesNeverMixAndAHolderKilledBlocksNobody)
     // The SMM board reaches its CPLD over the local bus without asking the object framework
     // first, which keeps thousands of rounds quick.
     auto board = bspsim::Board::create("smm");
-    pid_t holder = spawn([] { if (BMC_ProcessMutexSem_P(kSem, BMC_SEM_WAIT_FOREVER) == 0) for (;;) pause(); });
+    pid_t holder = mp::spawn([] { if (BMC_ProcessMutexSem_P(kSem, BMC_SEM_WAIT_FOREVER) == 0) for (;;) pause(); });
     for (int i = 0; i < 5000 && board->sem_value(kSem) != 0; ++i) usleep(1000);
     ASSERT_EQ(board->sem_value(kSem), 0) << "the holder took the semaphore";
 
