@@ -69,7 +69,6 @@ const CallCase kFrameType[] = {
     // A failed read is not kept: the next call reads again.
     {.name = "ReadFails", .faults = {{Op::LocalBusRead, 1, -1, 0x68}}, .call = twice, .out = "err ok 0c",
      .trace = "rd 66=00 rd 67=0c rd 68=00!-1 " + good(0, 0x0C, 0), .log = "0:read cpld byte error."},
-    {.name = "NullType", .call = BSP_CALL(BSP_GetFrameType(nullptr) & BSP_GetDiskNum(nullptr)), .out = "err"},
 };
 BSP_CASES(Frame, FrameType, kFrameType);
 

@@ -165,21 +165,8 @@ TEST_F(Mcu, CopyAndAllocationFailures)
                               "0: Malloc mcu communication memory failed. Cmd(0x10)");
 }
 
-// The SMM keeps the MCU mode in the framework; factory mode goes through it end to end.
-struct SmmMcu : Mcu {
-    std::string profile() const override { return "smm"; }
-};
-TEST_F(SmmMcu, EquipModeEndToEnd)
-{
-    EXPECT_EQ(BSP_SetEquipMode(1), 0u);
-    EXPECT_EQ(res(static_cast<uint32_t>(get(0x30, 1)), 1), "ok 01") << "the MCU has it";
-    EXPECT_EQ(set(0x30, {0}), 0);
-    g[1] = 0xEE;
-    EXPECT_EQ(BSP_GetEquipMode(g + 1), 0u);
-    EXPECT_EQ(bsptest::hex(g[1]) + sim().property("BmcInfo", "McuMode"), "0x0byte 0x00");
-    EXPECT_EQ(tr({Op::LocalBusRead, Op::LocalBusWrite}), "") << "no CPLD bit on the SMM";
-}
-
+// Factory mode on the SMM is its MCU mode (test_cpld: routed to the framework, no CPLD bit), and
+// the simulated MCU's mode command shows the framework's byte both ways (bspctl's mcu cases).
 using Call = bsptest::CallTest;
 TEST_P(Call, ShowsWhatItDid) { run(); }
 #define MODE BSP_CALL((BSP_GetSmmMcuMode(g), 0), 1)

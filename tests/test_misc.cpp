@@ -158,13 +158,12 @@ const CallCase kServices[] = {
     {.name = "UartReadFails", .faults = {{Op::LocalBusRead}}, .call = BSP_CALL(BSP_ReadSwitchUartReg(g) | BSP_ReadSwitchUartReg(nullptr), 1),
      .out = "err ee | out:read switch uart reg fail. \r\n", .trace = "rd ee=00!-1", .log = "0:read cpld byte error."},
     // PCIe cores: enabling holds them off first, 1 ms; a failure while holding off stops there.
+    // (A failed write of the enabling itself is the fault sweep's: it fails each one in turn.)
     {.name = "PcieEnable", .call = BSP_CALL(BSP_PCIeCoreOpt(1)), .trace = kPcieOff + " delay 1 " + kPcieOn},
     {.name = "PcieDisable", .call = BSP_CALL(BSP_PCIeCoreOpt(2)), .trace = kPcieOff},
     {.name = "PcieOtherOps", .call = BSP_CALL(BSP_PCIeCoreOpt(3) & BSP_PCIeCoreOpt(0)), .out = "err"},
     {.name = "PcieHoldFails", .faults = {write_fails(0xFF)}, .call = BSP_CALL(BSP_PCIeCoreOpt(1)), .out = "err",
      .trace = "wr ff&01=0!-1 wr ff&02=0 pcie partial", .log = "0:write add :ff  data: 0 cpld error."},
-    {.name = "PcieEnableFails", .faults = {write_fails(0xFF, 3)}, .call = BSP_CALL(BSP_PCIeCoreOpt(1)), .out = "err",
-     .trace = kPcieOff + " delay 1 wr ff&01=1 pcie partial wr ff&02=1!-1", .log = "0:write add :ff  data: 1 cpld error."},
     {.name = "PcieDisableFails", .faults = {write_fails(0xFF, 1)}, .call = BSP_CALL(BSP_PCIeCoreOpt(2)), .out = "err",
      .trace = "wr ff&01=0 pcie partial wr ff&02=0!-1", .log = "0:write add :ff  data: 0 cpld error."},
     // The PCIe/SAS model byte: valid 1 to 253; unchanged or invalid models are not written.
@@ -189,7 +188,6 @@ const CallCase kServices[] = {
     {.name = "SsdGateClosed", .board = 0x50,
      .call = BSP_CALL(BSP_GetSSDOnlineStates(9, g) | BSP_SetSSDOnlineStates(9, 1), 1), .out = "err ee",
      .log = bsptest::times(2, kNoSlotType, " | ")},
-    {.name = "SsdNullOut", .profile = "smm", .call = BSP_CALL(BSP_GetSSDOnlineStates(9, nullptr)), .out = "err"},
 };
 
 BSP_CASES(Misc, Service, kServices);
@@ -261,7 +259,6 @@ TEST_F(Services, CommandStatusWhileSigchldIgnoredOrHandled)
         EXPECT_EQ(BSP_System("exit 5"), 5 << 8);
         EXPECT_EQ(signal(SIGCHLD, SIG_DFL), host);
     }
-    EXPECT_EQ(BSP_Vos_System(nullptr), -1);
     EXPECT_EQ(log_line(), "");
 }
 

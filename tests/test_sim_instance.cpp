@@ -1,5 +1,8 @@
 // Simulator instances: what a failed create or attach leaves behind (nothing), what it says (one
 // line naming the value), damaged state files, and platform calls on a board full of garbage.
+// bspctl's instance cases show the rest through the tool: an unknown profile, bad homes,
+// instances and profile folders, a failed reset keeping the board, the profile from the
+// environment, a state file cut to nothing, and a CPLD count of garbage.
 #include <gtest/gtest.h>
 #include <sys/sem.h>
 #include <unistd.h>
@@ -11,7 +14,6 @@
 #include <vector>
 
 #include "bspsim/sim.hpp"
-#include "platform/cpld_drv.h"
 #include "platform/dfl.h"
 #include "platform/gpio.h"
 
@@ -57,7 +59,6 @@ protected:
     struct Case {
         const char *env = nullptr;
         std::string value = {}, profile = "smm", text = {}, says;
-        bool attach_fails = true;  // false: attaching to the existing board needs nothing it lacks
     };
     void expect_refused(const Case &c, const std::function<void()> &call)
     {
@@ -81,14 +82,12 @@ TEST_F(SimInstance, CreateRefusesWhatItCannotLoadAndLeavesNothingBehind)
 {
     for (const Case &c : std::vector<Case>{
              {.profile = "", .says = "empty profile name"},
-             {.profile = "nosuch", .says = "no profile nosuch in "},
              {.profile = "/nonexistent/x.ini", .says = "profile /nonexistent/x.ini: no such file"},
              {.profile = scratch_ / "a.ini", .text = "[not a key file\n", .says = "a.ini: "},
              {.profile = scratch_ / "b.ini", .text = "[nosuch]\nx=1\n", .says = "[nosuch] no device model reads this section"},
              {.profile = scratch_ / "e.ini", .text = "[psu]\npsu1=absent,lost\n", .says = "[psu] psu1: unknown state 'lost'"},
              {.profile = scratch_ / "c.ini", .text = "[cpld]\n0x400=1\n", .says = "[cpld] register out of range: 0x400"},
              {.profile = scratch_ / "d.ini", .text = "[profile]\nbase=nosuch\n", .says = "no profile nosuch"},
-             {.env = "BSPSIM_PROFILE_DIR", .value = "/nonexistent", .says = "BSPSIM_PROFILE_DIR /nonexistent: not a directory"},
              {.env = "BSPSIM_BOARD", .value = "1", .says = "BSPSIM_BOARD 1: the enclosure in "},
              {.env = "BSPSIM_BOARD", .value = "x", .says = "BSPSIM_BOARD 'x': not a board number"},
          }) {
@@ -110,20 +109,17 @@ TEST_F(SimInstance, PersistentRefusalsNameTheValueAndTouchNothing)
              {.profile = "", .says = "profile name ''"},
              {.profile = "../smm", .says = "profile name '../smm'"},
              {.profile = "nosuch", .says = "no profile nosuch"},
-             {.env = "BSPSIM_PROFILE_DIR", .value = "/nonexistent", .says = "BSPSIM_PROFILE_DIR /nonexistent: not a directory", .attach_fails = false},
              {.env = "BSPSIM_HOME", .value = "/dev/null", .says = "BSPSIM_HOME /dev/null: not a directory"},
              {.env = "BSPSIM_HOME", .value = home_ / "notes.txt/x", .says = "notes.txt/x: not a directory"},
              {.env = "BSPSIM_INSTANCE", .value = "/nonexistent", .says = "BSPSIM_INSTANCE /nonexistent: no simulated board"},
          }) {
         expect_refused(c, [&] { bspsim::reset_persistent(c.profile); });
-        if (c.attach_fails) expect_refused(c, [&] { bspsim::attach_persistent(c.profile); });
+        expect_refused(c, [&] { bspsim::attach_persistent(c.profile); });
     }
     EXPECT_TRUE(fs::equivalent(state, scratch_ / "kept") && fs::exists(home_ / "notes.txt")) << "the board and others' files were kept";
     EXPECT_EQ(my_sem_sets().size(), 1u);
     fs::create_directories(home_ / "default");
     expect_refused({.says = "default is not a simulated board"}, [] { bspsim::reset_persistent("default"); });
-    setenv("BSPSIM_PROFILE", "smm", 1);
-    EXPECT_EQ(bspsim::attach_persistent(), state.parent_path()) << "BSPSIM_PROFILE names the profile";
 }
 
 // A damaged state file is rebuilt and said so; the old semaphore set goes too (the instance's
@@ -132,7 +128,7 @@ TEST_F(SimInstance, DamagedStateIsRebuiltAndSaidSo)
 {
     struct Damage { off_t size = -1, at = 0; uint32_t word = 0; };  // cut to `size` (-1: kept); `word` (0: none) at `at`
     for (const Damage &c : std::vector<Damage>{
-             {.size = 0}, {.size = 4096},
+             {.size = 4096},
              {.word = 0xDEADBEEF},     // magic
              {.at = 8, .word = 99},    // layout version
              {.at = static_cast<off_t>(bspsim::state_lock_offset() + offsetof(pthread_mutex_t, __data.__kind)), .word = ~0u},
@@ -158,8 +154,6 @@ TEST_F(SimInstance, GarbageInTheBoardFailsCallsNotTheProcess)
     fs::path state = fs::path(board->dir()) / "state";
     const auto fifth = static_cast<off_t>(fs::file_size(state) / 5);
     overwrite(state, -fifth, std::string(fifth, '\xFF'));
-    CpldIdRequest id{.kind = 3, .index = 0, .reserved = {}, .count = 0, .ids = {}};
-    EXPECT_EQ(cpld_get_id(&id), -1) << "a CPLD count beyond what the driver keeps";
     EXPECT_EQ(dfl_get_object_name(0x1000), nullptr);
     uint8_t block[4] = {};
     EXPECT_NE(dfl_block_read(0x1000, "Mcu", 0, 1, block), 0);
