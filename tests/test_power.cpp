@@ -161,8 +161,7 @@ const CallCase kTwelveVolts[] = {
      .log = "0:read cpld byte error."},
     {.name = "BbuRefusedOnSmm", .profile = "smm", .call = BBU_REFUSED, .out = "err ee"},
     {.name = "BbuRefusedOnExpansion", .profile = "exp-2u", .call = BBU_REFUSED, .out = "err ee"},
-    {.name = "BbuRefusedArguments", .call = BSP_CALL(BSP_GetBbuOnlineStates(1, g) | BSP_GetBbuOnlineStates(0, nullptr) |
-                                                     BSP_GetReliabilityCpldBbuOnline(0, nullptr), 1), .out = "err ee"},
+    {.name = "BbuRefusedBeyondTheFirst", .call = BSP_CALL(BSP_GetBbuOnlineStates(1, g), 1), .out = "err ee"},
     {.name = "BbuStatus", .faults = {{Op::LocalBusRead, 1, -1, 0xF3, 4}}, .call = bbu_status,
      .out = "ok ok 2 3 3 3", .trace = "rd f3=19 rd f3=19 rd f3=09 rd f3=16 rd f3=00!-1",
      .log = kBbuChange + "0 to 0x19. | " + kBbuChange + "19 to 0x9. | " + kBbuChange + "9 to 0x16. | " + kReadFail + kBbuChange +
