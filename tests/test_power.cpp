@@ -511,9 +511,6 @@ TEST_F(ExpFrame, PowerOffWhenNeitherExpansionBoardIsOn)
     EXPECT_EQ(std::to_string(none) + std::to_string(second) + std::to_string(BSP_IsExpFramePowerOff()), "100");
 }
 
-using PowerCall = bsptest::CallTest;
-TEST_P(PowerCall, ShowsWhatItDid) { run(); }
-
 // Results of several calls in order, each with the first `n` bytes of g_out.
 #define SEQ(n, ...) [](B &) { std::string o; for (uint32_t st : {__VA_ARGS__}) o += res(st, n) + " "; return o; }
 #define PW(...) [](B &b) { auto p = bspsim::board_power(b); __VA_ARGS__; }
@@ -592,6 +589,6 @@ const CallCase kCalls[] = {
     {.name = "PowerTrans", .call = SEQ(0, BSP_IsPowerTransBoardSupport()), .out = "1 "},
     {.name = "NoPowerTrans", .board = 0x0A, .call = SEQ(0, BSP_IsPowerTransBoardSupport()), .out = "ok "},
 };
-BSP_CASES(Power, PowerCall, kCalls);
+BSP_CASES(Board, Psu, kCalls);
 
 }  // namespace
