@@ -377,6 +377,14 @@ TEST_P(SmmFramePins, AllLowMeansFactoryFrame)
 INSTANTIATE_TEST_SUITE_P(Board, SmmFramePins, ::testing::Range(0u, 8u),
                          [](const auto &info) { return "pins_" + std::to_string(info.param); });
 
+// A board other than the SMM goes by the frame type: one that cannot be read is no factory frame.
+TEST_F(BoardTest, EquipFrameNeedsTheFrameType)
+{
+    sim().fail(Op::LocalBusRead, 1, -1, 0x66);
+    EXPECT_EQ(BSP_isEquipFrameBoard(), 0u);
+    EXPECT_EQ(bus(), "rd 66=00!-1");
+}
+
 // An SMM whose id cannot be read is taken for another board, which goes by the frame type (0x0A:
 // not a factory frame; its CPLD read finds the id). One failed init or read spoils every later attempt: the error word is never cleared.
 // Nothing is kept, so the next call starts over.
