@@ -68,7 +68,6 @@ const CallCase kCases[] = {
      .trace = "rd df=09 rd df=06 delay 10 rd df=09 delay 10 rd df=06 delay 10 " + kOneMaster},
     {.name = "NullRole", .call = BSP_CALL(BSP_GetBoardMasterOrSlaveState(nullptr)), .out = "err", .log = "0:Input para err"},
     {.name = "SmmBoardIsMaster", .profile = "smm", .regs = {{0xDF, 0x06}}, .call = role, .out = "ok 1"},
-    {.name = "NullRedressed", .call = BSP_CALL(BSP_GetRedressedMosState(nullptr)), .out = "err"},
     {.name = "CodeTranslation", .call = [](B &) {
          uint8_t *g = bsptest::g_out;
          return bsptest::calls({BSP_CpldDataChange(g, 9), BSP_CpldDataChange(g + 1, 6), BSP_CpldDataChange(g + 2, 0x0F),
@@ -85,9 +84,6 @@ const CallCase kCases[] = {
     {.name = "Abandon", .setup = kMaster0, .call = request<BSP_AbandonBoardMaster>, .out = "ok masters 0 wp 0xC held 0", .trace = kAbandon},
     {.name = "GrabSemaphoreRefused", .faults = {{Op::SemP, 1, -1, 20}}, .call = request<BSP_GrabBoardMaster>,
      .out = "err masters 0 wp 0xC held 0", .trace = "P20!-1", .log = "0:get BMC_MUTEX_FAN_SYNC_LEVEL fail."},
-    {.name = "AbandonSemaphoreRefused", .faults = {{Op::SemP, 1, -1, 20}}, .setup = kMaster0,
-     .call = request<BSP_AbandonBoardMaster>, .out = "err masters 1 wp 0xC held 0", .trace = "P20!-1",
-     .log = "0:get BMC_MUTEX_FAN_SYNC_LEVEL fail."},
     // The watch: one master ends an episode silently; a failed (last) read is logged.
     {.name = "WatchOneMaster", .regs = {{0xE4, 0x06}}, .call = BSP_CALLS((BSP_DetectWhetherHasMoreThanOneMos(), 0u)),
      .trace = settled("rd e4=06")},
@@ -184,10 +180,6 @@ const CallCase kBySlot[] = {
     {.name = "PeerFaultyField", .regs = undecided(0x0C), .call = role, .out = "err 238", .trace = "rd df=0f rd e4=0c rd 33=03 rd 33=03"},
     // Neither an absent peer's field nor the own one counts.
     {.name = "AbsentPeerIgnored", .regs = {{0x33, 0x01}, {0xE4, 0x0F}}, .call = redressed, .out = "ok 1", .trace = "rd e4=0f rd 33=01 rd 33=01"},
-    {.name = "FieldsUnread", .regs = undecided(0x04), .faults = {{Op::LocalBusRead, 1, -1, 0xE4}}, .call = redressed, .out = "err 238",
-     .trace = "rd e4=00!-1", .log = "0:read cpld byte error."},
-    {.name = "PresenceUnread", .regs = undecided(0x04), .faults = {{.op = Op::LocalBusRead, .key = 0x33, .skip = 1}}, .call = redressed,
-     .out = "err 238", .trace = "rd e4=04 rd 33=03 rd 33=00!-1", .log = "0:read cpld byte error."},
     // Four controllers: one other master makes this board slave, two are a fault.
     {.name = "FourOneOtherMaster", .profile = "4u4c", .regs = {{0x33, 0x0F}, {0xE4, 0xA4}}, .call = redressed, .out = "ok 0",
      .trace = "srd e4=a4" + bsptest::times(4, " srd 33=0f", "")},
@@ -198,8 +190,6 @@ const CallCase kBySlot[] = {
      .out = "ok masters 0 wp 0xC held 0", .trace = "rd 33=03 " + kAbandon},
     {.name = "SmmAbandonPeerAbsent", .regs = {{0x33, 0x01}}, .setup = kMaster0, .call = request<BSP_SMMAbandonMaster>,
      .out = "err masters 1 wp 0xC held 0", .trace = "rd 33=01"},
-    {.name = "SmmAbandonPresenceUnread", .regs = {{0x33, 0x03}}, .faults = {{Op::LocalBusRead, 1, -1, 0x33}}, .setup = kMaster0,
-     .call = request<BSP_SMMAbandonMaster>, .out = "err masters 1 wp 0xC held 0", .trace = "rd 33=00!-1", .log = "0:read cpld byte error."},
     {.name = "SmmAbandonFourControllers", .profile = "4u4c", .regs = {{0x33, 0x01}}, .setup = kMaster0,
      .call = request<BSP_SMMAbandonMaster>, .out = "ok masters 0 wp 0xC held 0",
      .trace = "P20 dfl_chip_bytewrite cpld1@e2&04=00 dfl_chip_bytewrite cpld1@e1&08=01 delay 500 "

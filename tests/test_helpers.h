@@ -33,6 +33,13 @@ inline std::string hex(uint32_t v)
     return std::string(b, static_cast<size_t>(std::snprintf(b, sizeof b, "0x%X", v)));
 }
 
+// `v` in lower-case hex of at least `width` digits, as the bus record shows bytes: "0a", "1d5".
+inline std::string hx(uint32_t v, int width = 2)
+{
+    char b[12];
+    return std::string(b, static_cast<size_t>(std::snprintf(b, sizeof b, "%0*x", width, v)));
+}
+
 // Whole-file helpers for files the tests prepare or inspect.
 inline void write_file(const std::string &path, const std::string &bytes)
 {
