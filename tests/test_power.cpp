@@ -409,7 +409,9 @@ TEST_F(BoardPower, ProtectedPulsesRestoreTheirProtection)
         sim().fail(Op::LocalBusWrite, 1, -1, bspsim::kAnyKey, button ? step : step - 5);
         const std::string st = res(button ? BSP_SoftPowerButtonCtrl(2) : BSP_SimAcInt());
         // With the protection still closed the button really refuses the press.
-        if (step == 0) EXPECT_NE(seen(sim()).find("wr e7&02=0!wp"), std::string::npos) << seen(sim());
+        if (step == 0) {
+            EXPECT_NE(seen(sim()).find("wr e7&02=0!wp"), std::string::npos) << seen(sim());
+        }
         got += st + (button ? " e8=" + bsptest::hex(sim().reg(0xE8)) + " " + log_line() + bsptest::oplog(sim())
                             : " 1a1=" + bsptest::hex(sim().reg(0x1A1)) + " " + seen(sim()) + " " + log_line()) + "\n";
     }

@@ -49,7 +49,7 @@ std::string mac_to_wwn()
 std::string wwn_read(const std::string &bytes)
 {
     std::string out = "P29";
-    char a[8];
+    char a[20];
     for (size_t i = 0; i < bytes.size(); i += 3) {
         std::snprintf(a, sizeof a, "%02zx", i / 3 + 1);
         out += std::string(" wr ba=") + a + " wr bb=18 rd bc=" + bytes.substr(i, 2);

@@ -54,7 +54,9 @@ protected:
     static void make_veth(bool addressed = true)
     {
         ASSERT_TRUE(ip("link add veth type veth peer name vpeer") && ip("link set veth up"));
-        if (addressed) ASSERT_TRUE(ip("addr add 192.168.1.2/24 dev veth"));
+        if (addressed) {
+            ASSERT_TRUE(ip("addr add 192.168.1.2/24 dev veth"));
+        }
     }
     // The partner: a thread in a namespace of its own, which makes the pair there and hands
     // "veth" over to ours. It receives `count` datagrams on kPort, each noted in `got_` as

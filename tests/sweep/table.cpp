@@ -23,6 +23,10 @@ const char *scratch_file()
 }
 
 const uint8_t kStrapPins[4] = {129, 130, 131, 132};
+// A frame model and a product configuration the RAM does not hold yet (the stores skip an
+// all-zero one).
+const uint8_t kModel[16] = "SWEEP-MODEL-016";
+const uint8_t kConfig[64] = "sweep product configuration";
 
 // The socket is the caller's: a caller closes it.
 int32_t veth_socket(uint16_t port, int *fd)
@@ -145,7 +149,7 @@ const std::vector<Line> &table()
         SWEEP(BSP_GetCpldRamBytes, St, LOOKUPS "sem_v", "2:len", "", 0x13, Buf{}, 4),
         SWEEP(BSP_SetCpldRamBit, St, LOOKUPS "sem_v", "", "", 0x13, 1, 1),
         SWEEP(BSP_GetCpldRamBit, St, LOOKUPS "sem_v", "", "", 0x13, 1, Buf{}),
-        SWEEP(BSP_ClearCpldRamData, St, LOOKUPS "", "1:len", "", 0x13, 4),
+        SWEEP(BSP_ClearCpldRamData, St, LOOKUPS "sem_p sem_v local_bus_write spi_write", "0:0xC700..0xDBFF 1:len", "", 0xD000, 4),
         SWEEP(BSP_MutexV, Vd, "", "", ""),
         SWEEP(BSP_GetCpldNum, St, LOOKUPS "", "", "", Buf{}),
         SWEEP(BSP_GetSelfTestCpldAddr, St, LOOKUPS "", "", "", 0, Buf{}),
@@ -199,9 +203,9 @@ const std::vector<Line> &table()
         SWEEP(BSP_IsPowerMatchBoard, Pr, "", "", "", 1, 1),
         SWEEP(BSP_IsBoardOpenPower12VOK, Pr, "", "", "", 1),
         SWEEP(BSP_IgnoreAlarmForACDown, St, LOOKUPS "", "", ""),
-        SWEEP(BSP_GetBbuOnlineStates, St, LOOKUPS "", "", "", 1, Buf{}),
-        SWEEP(BSP_GetReliabilityCpldBbuOnline, St, LOOKUPS "", "", "", 1, Buf{}),
-        SWEEP(BSP_CheckBBUStatus, St, LOOKUPS "", "", "", 1),
+        SWEEP(BSP_GetBbuOnlineStates, St, LOOKUPS "", "0:0..0", "", 0, Buf{}),
+        SWEEP(BSP_GetReliabilityCpldBbuOnline, St, LOOKUPS "", "0:0..0", "", 0, Buf{}),
+        SWEEP(BSP_CheckBBUStatus, St, LOOKUPS "", "", "", 0),
         SWEEP(GetPowerFwShift, Vl, LOOKUPS "", "1:len 0:n", "", Buf{}, 1),
         SWEEP(BSP_GetPSONState, St, LOOKUPS "", "", "", Buf{}),
         SWEEP(BSP_GetPowerStandByStatus, St, LOOKUPS "", "", "", Buf{}),
@@ -239,7 +243,7 @@ const std::vector<Line> &table()
         SWEEP(BSP_Vos_System, St, LOOKUPS "", "", "", "true"),
         SWEEP(BSP_CheckIpmiMsgValid, St, LOOKUPS "", "", "", Buf{}, Buf2{}),
         SWEEP(BSP_Delay1us, Vd, "", "", "", 1),
-        SWEEP(BSP_bPcieorsasModelValid, St, LOOKUPS "", "", "", 1),
+        SWEEP(BSP_bPcieorsasModelValid, Pr, LOOKUPS "", "", "", 1),
         SWEEP(BSP_PCIeCoreOpt, St, LOOKUPS "", "", "", 1),
         SWEEP(BSP_GetPcieSasModelFromCpld, St, LOOKUPS "", "", "", Buf{}),
         SWEEP(BSP_SetPcieSasModelToCpldRam, Vd, "", "", "", 1),
@@ -270,15 +274,15 @@ const std::vector<Line> &table()
         SWEEP(BSP_ReWriteCpld, Vd, "", "", "", 1, 1, 1),
         SWEEP(BSP_GetDiskNum, St, LOOKUPS "sem_p sem_v local_bus_read local_bus_write spi_read spi_write", "", "", Buf{}),
         SWEEP(BSP_GetModelFromCpld, St, LOOKUPS "sem_v", "1:len 0:n", "", Buf{}, 16),
-        SWEEP(BSP_SetFrameModelToCpldRam, Vd, "", "1:len", "", Buf{}, 4),
+        SWEEP(BSP_SetFrameModelToCpldRam, Vd, "", "1:len", "", kModel, 16),
         SWEEP(BSP_GetProductCfgInfoFromCpld, St, LOOKUPS "sem_v", "1:len 0:n", "", Buf{}, 16),
-        SWEEP(BSP_SetProductCfgInfoToCpldRam, St, LOOKUPS "", "1:len", "", Buf{}, 4),
+        SWEEP(BSP_SetProductCfgInfoToCpldRam, St, LOOKUPS "sem_v local_bus_read spi_read", "1:len", "", kConfig, 64),
         SWEEP(BSP_GetIoCardOnlineStates, St, LOOKUPS "sem_p sem_v local_bus_read local_bus_write spi_read spi_write", "", "", 1, Buf{}),
         SWEEP(BSP_CheckCtrlIdAndCardIdPair, St, LOOKUPS "", "", "", 1, 1),
         SWEEP(BSP_MacToWWN, St, LOOKUPS "", "", "", Buf{}, Buf2{}),
-        SWEEP(BSP_WWNToMac, St, LOOKUPS "", "2:len", "", 1, Buf{}, 16),
+        SWEEP(BSP_WWNToMac, St, LOOKUPS "", "2:0..6", "", 1, Buf{}, 6),
         SWEEP(BSP_GetWwnFromCpld, St, LOOKUPS "sem_v", "", "", Buf{}),
-        SWEEP(BSP_GetFrameMac, St, LOOKUPS "", "1:len", "", Buf{}, 16),
+        SWEEP(BSP_GetFrameMac, St, LOOKUPS "sem_v", "1:0..6", "", Buf{}, 6),
         SWEEP(BSP_SetWwn2CpldRam, St, LOOKUPS "sem_v", "1:len 0:n", "", Buf{}, 4),
         SWEEP(BSP_RecordWwnLog, Vd, "", "1:len 3:len", "", Buf{}, 1, Buf2{}, 1),
         SWEEP(BSP_GetSmmMcuMode, Vd, "", "", "", Buf{}),
@@ -302,8 +306,8 @@ const std::vector<Line> &table()
         SWEEP(BSP_GetBmcOrCtrlUpStatus, Vl, "", "1:0..3~", "", 0x1F0, 0),
         SWEEP(BSP_GetChipTypeGpioVal, St, LOOKUPS "", "", "", Buf{}),
         SWEEP(BSP_JudgeChipType, Pr, "", "", "", 1, kStrapPins),
-        SWEEP(BSP_IndentifyChipType, Vl, "", "0:0..5~", "", 0, Buf{}),
-        SWEEP(BSP_GetChipTypeStr, Vl, "", "1:len", "", 0, 32, Buf{}),
+        SWEEP(BSP_IndentifyChipType, Vl, "", "0:0..5~", "", 2, Buf{}),
+        SWEEP(BSP_GetChipTypeStr, Vl, "", "1:len", "", 2, 32, Buf{}),
         SWEEP(BSP_Is5830Chip, Vl, "", "", ""),
         SWEEP(BSP_GetInfoFrom9555, St, LOOKUPS "", "", "", Obj{"Exp9555"}, "Input0", Buf{}),
         SWEEP(BSP_SetInfoTo9555, St, LOOKUPS "", "", "", Obj{"Exp9555"}, "Output1", 1),
