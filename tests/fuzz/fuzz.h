@@ -10,9 +10,20 @@
 #include <string>
 #include <vector>
 
+#include <glib.h>
+
 #include "bspsim/sim.hpp"
 
 namespace bspfuzz {
+
+// GLib's complaints about its callers (criticals, warnings) are findings too: printed, then an
+// abort that libFuzzer catches and saves the input of.
+inline void glib_complaint(const gchar *domain, GLogLevelFlags level, const gchar *message, gpointer)
+{
+    g_log_default_handler(domain, level, message, nullptr);
+    if (level & (G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING)) std::abort();
+}
+inline const bool kComplaintsAbort = (g_log_set_default_handler(glib_complaint, nullptr), true);
 
 // The board of this process, created on first use and removed when the process exits.
 inline bspsim::Board &board(const char *profile = "default")
