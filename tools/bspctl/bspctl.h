@@ -40,6 +40,16 @@ struct Register {
 
 const std::vector<Command> &commands();
 
+// A command line taken apart without running anything: the command it names and the arguments
+// left for it, the global options (before or after the command) gathered into `opts`. `exit`
+// is set when the line is answered already: help printed (0) or a usage error reported (2).
+struct CommandLine {
+    const Command *cmd = nullptr;
+    Args rest;
+    std::optional<int> exit;
+};
+CommandLine parse_command_line(const Args &argv, Options &opts);
+
 // Parses a number: hex with a 0x prefix, decimal otherwise (a leading zero is still decimal,
 // so 010 is ten). No sign, no blanks. nullopt when it is not one or exceeds `max`.
 std::optional<uint64_t> parse_number(const std::string &text, uint64_t max);

@@ -207,43 +207,16 @@ namespace {
 int dispatch(Run &run, const Args &argv)
 {
     Options &opts = run.opts;
-    size_t i = 0;
-    for (; i < argv.size(); ++i) {
-        switch (take_option(argv, i, opts)) {
-        case OptionResult::Taken: continue;
-        case OptionResult::Help: return help(opts, usage());
-        case OptionResult::Error: return kExitUsage;
-        case OptionResult::NotOption: break;
-        }
-        if (argv[i].size() > 1 && argv[i][0] == '-') return usage_error("unknown option " + argv[i]);
-        break;
-    }
-    if (i >= argv.size()) return usage_error("no command given");
-    const std::string name = argv[i++];
-    const Command *cmd = nullptr;
-    for (const Command &c : commands()) {
-        if (name == c.name) cmd = &c;
-    }
-    if (!cmd) return usage_error("unknown command '" + name + "'");
-
-    Args rest;
-    for (; i < argv.size(); ++i) {
-        switch (take_option(argv, i, opts)) {
-        case OptionResult::Taken: continue;
-        case OptionResult::Help: return help(opts, cmd->usage);
-        case OptionResult::Error: return kExitUsage;
-        case OptionResult::NotOption: rest.push_back(argv[i]); break;
-        }
-    }
-
+    const CommandLine line = parse_command_line(argv, opts);
+    if (line.exit) return *line.exit;
     bspsim::set_log_echo(opts.verbose);
     // The sim command manages boards itself; the others run on the board of the profile.
-    if (name != "sim" && (cmd->needs_board || opts.trace)) {
+    if (std::string(line.cmd->name) != "sim" && (line.cmd->needs_board || opts.trace)) {
         if (!attach_board(opts)) return no_board_in_slot(opts);
         run.mark = bspsim::record_mark();
         run.attached = true;
     }
-    return cmd->run(opts, rest);
+    return line.cmd->run(opts, line.rest);
 }
 
 // Prints what the run leaves behind: the trace in text, or the one JSON document.
@@ -285,6 +258,46 @@ void finish(const Run &run, const std::string &captured)
 }
 
 }  // namespace
+
+CommandLine parse_command_line(const Args &argv, Options &opts)
+{
+    CommandLine line;
+    size_t i = 0;
+    for (; i < argv.size(); ++i) {
+        switch (take_option(argv, i, opts)) {
+        case OptionResult::Taken: continue;
+        case OptionResult::Help: line.exit = help(opts, usage()); return line;
+        case OptionResult::Error: line.exit = kExitUsage; return line;
+        case OptionResult::NotOption: break;
+        }
+        if (argv[i].size() > 1 && argv[i][0] == '-') {
+            line.exit = usage_error("unknown option " + argv[i]);
+            return line;
+        }
+        break;
+    }
+    if (i >= argv.size()) {
+        line.exit = usage_error("no command given");
+        return line;
+    }
+    const std::string &name = argv[i++];
+    for (const Command &c : commands()) {
+        if (name == c.name) line.cmd = &c;
+    }
+    if (!line.cmd) {
+        line.exit = usage_error("unknown command '" + name + "'");
+        return line;
+    }
+    for (; i < argv.size(); ++i) {
+        switch (take_option(argv, i, opts)) {
+        case OptionResult::Taken: continue;
+        case OptionResult::Help: line.exit = help(opts, line.cmd->usage); return line;
+        case OptionResult::Error: line.exit = kExitUsage; return line;
+        case OptionResult::NotOption: line.rest.push_back(argv[i]); break;
+        }
+    }
+    return line;
+}
 
 Register::Register(const Command &cmd) { registry().push_back(cmd); }
 
@@ -364,6 +377,8 @@ std::string hex(uint64_t v, int width)
 
 }  // namespace bspctl
 
+// A build that drives the parser alone (the fuzz target) brings its own entry point.
+#ifndef BSPCTL_NO_MAIN
 int main(int argc, char **argv)
 {
     using namespace bspctl;
@@ -401,3 +416,4 @@ int main(int argc, char **argv)
     std::fflush(stdout);
     return code;
 }
+#endif

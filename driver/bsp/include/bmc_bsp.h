@@ -138,9 +138,10 @@ struct _GVariant;
  * caller keeps its reference to `value`. */
 BSP_API char *BSP_GvariantToString(struct _GVariant *value);
 /** The elements of the array (or other container) `array` rendered as above, each followed by
- * ", " (the last one too); elements that render to null are skipped. Once the next element no
- * longer fits into 124 characters, "..." ends the text. Returns a new text the caller frees with
- * g_free, or null for a null or non-container `array` (logged). The caller keeps `array`. */
+ * ", " (the last one too); elements that render to null are skipped, and all of them when the
+ * type of `array` nests more than 64 levels deep ("" then). Once the next element no longer fits
+ * into 124 characters, "..." ends the text. Returns a new text the caller frees with g_free, or
+ * null for a null or non-container `array` (logged). The caller keeps `array`. */
 BSP_API char *BSP_GarrayToString(struct _GVariant *array);
 /** Writes min(count, (outSize - 1) / 2) bytes of `bytes` into `out` as upper-case hexadecimal
  * pairs, terminated. Writes nothing when a pointer is null or a size is 0. */

@@ -79,6 +79,37 @@ constexpr std::array<Rendering, 8> kRenderings = {{
     {"s", [](GVariant *v) { return g_strdup(g_variant_get_string(v, nullptr)); }},
 }};
 
+// How deep a value of this type may nest is decided by whoever serialised it. GLib aborts rather
+// than hand out a child of a value nested about 128 levels deep, so deeper than this many levels
+// the elements are not rendered at all; the renderers' own recursion stays as shallow.
+constexpr int kMaxNesting = 64;
+
+// True when the complete type `type` nests more than `limit` levels ("y" is 1, "ay" 2, "a(ay)" 4).
+bool nests_deeper(const char *type, int limit)
+{
+    std::array<int, kMaxNesting + 2> prefixes{};  // 'a' and 'm' still open, per bracket level
+    int level = 0;
+    int depth = 0;
+    for (const char *c = type; *c != '\0'; ++c) {
+        if (*c == 'a' || *c == 'm') {
+            ++prefixes[level];
+            ++depth;
+        } else if (*c == '(' || *c == '{') {
+            ++depth;
+            if (++level >= static_cast<int>(prefixes.size())) return true;
+            prefixes[level] = 0;
+        } else {
+            // A basic type or a closing bracket completes a type: its level's prefixes close.
+            if (depth + 1 > limit) return true;
+            if ((*c == ')' || *c == '}') && level > 0) --depth, --level;
+            depth -= prefixes[level];
+            prefixes[level] = 0;
+        }
+        if (depth > limit) return true;
+    }
+    return false;
+}
+
 constexpr std::array<char, 16> kUpperHex = {'0', '1', '2', '3', '4', '5', '6', '7',
                                             '8', '9', 'A', 'B', 'C', 'D', 'E', 'F'};
 
@@ -259,6 +290,7 @@ char *BSP_GarrayToString(GVariant *array)
         return nullptr;
     }
     char text[kArrayTextSize] = {};
+    if (nests_deeper(g_variant_get_type_string(array), kMaxNesting)) return g_strdup(text);
     GVariantIter iter;
     g_variant_iter_init(&iter, array);
     while (GVariant *element = g_variant_iter_next_value(&iter)) {

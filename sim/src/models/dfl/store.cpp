@@ -76,10 +76,21 @@ PropRec *find_prop(uint32_t object, const char *name, PropKind kind)
     return nullptr;
 }
 
+namespace {
+
+// A value's GVariant text parsed, or nullptr when it is none. GLib's parser takes UTF-8 only and
+// complains about anything else, so other bytes (a profile may hold any) are refused first.
+GVariant *parse_value_text(const char *value)
+{
+    return g_utf8_validate(value, -1, nullptr) ? g_variant_parse(nullptr, value, nullptr, nullptr, nullptr) : nullptr;
+}
+
+}  // namespace
+
 bool set_prop(uint32_t object, const char *name, PropKind kind, const char *value)
 {
     if (kind == kPropValue || kind == kPropHardware) {
-        GVariant *v = g_variant_parse(nullptr, value, nullptr, nullptr, nullptr);
+        GVariant *v = parse_value_text(value);
         if (!v) return false;
         g_variant_unref(v);
     }
@@ -99,7 +110,7 @@ bool set_prop(uint32_t object, const char *name, PropKind kind, const char *valu
 bool valid_outputs(const char *value)
 {
     if (!value || std::strlen(value) >= kValueTextLen) return false;
-    GVariant *v = g_variant_parse(nullptr, value, nullptr, nullptr, nullptr);
+    GVariant *v = parse_value_text(value);
     if (!v) return false;
     bool tuple = g_variant_is_of_type(v, G_VARIANT_TYPE_TUPLE);
     g_variant_unref(v);
