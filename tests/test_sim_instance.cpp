@@ -7,6 +7,7 @@
 #include <sys/sem.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -21,6 +22,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Sets keyed with this pid that were there before the test: a persistent board of an earlier
+// process that had the same pid (pids wrap) owns them.
+std::vector<int> g_stale_sets;
+
 // The semaphore sets this process made (their key carries its pid).
 std::vector<int> my_sem_sets()
 {
@@ -29,7 +34,8 @@ std::vector<int> my_sem_sets()
     const uint32_t mine = bspsim::kSemKeyTag << 22 | (static_cast<uint32_t>(getpid()) & 0x3FFFFF);
     f.ignore(1 << 12, '\n');
     for (long key = 0, id = 0; f >> key >> id; f.ignore(1 << 12, '\n')) {
-        if (static_cast<uint32_t>(key) >> 2 == mine) ids.push_back(static_cast<int>(id));
+        if (static_cast<uint32_t>(key) >> 2 == mine && std::find(g_stale_sets.begin(), g_stale_sets.end(), id) == g_stale_sets.end())
+            ids.push_back(static_cast<int>(id));
     }
     return ids;
 }
@@ -45,6 +51,8 @@ class SimInstance : public ::testing::Test {
 protected:
     void SetUp() override
     {
+        g_stale_sets.clear();
+        g_stale_sets = my_sem_sets();
         fs::create_directories(tmp_);
         for (const char *v : {"BSPSIM_INSTANCE", "BSPSIM_PROFILE", "BSPSIM_PROFILE_DIR", "BSPSIM_BOARD"}) unsetenv(v);
         setenv("BSPSIM_HOME", home_.c_str(), 1);
