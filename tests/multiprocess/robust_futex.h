@@ -12,11 +12,17 @@
 
 #include <cerrno>
 
-#define SKIP_WITHOUT_ROBUST_FUTEXES()                                                                          \
-    do {                                                                                                       \
-        void *head_ = nullptr;                                                                                 \
-        size_t len_ = 0;                                                                                       \
-        if (syscall(SYS_get_robust_list, 0, &head_, &len_) != 0 && errno == ENOSYS)                            \
+// True where the kernel (or an emulator) has no robust futex lists.
+inline bool robust_futexes_missing()
+{
+    void *head = nullptr;
+    size_t len = 0;
+    return syscall(SYS_get_robust_list, 0, &head, &len) != 0 && errno == ENOSYS;
+}
+
+#define SKIP_WITHOUT_ROBUST_FUTEXES()                                                                        \
+    do {                                                                                                     \
+        if (robust_futexes_missing())                                                                        \
             GTEST_SKIP() << "no robust futex lists here (an emulator?): the shared state's lock needs them"; \
     } while (0)
 

@@ -2,25 +2,20 @@
 // RAM, supplies, versions) at once for a few seconds on one board: under
 // ThreadSanitizer any data race in the library's caches or the simulator is a report. The board
 // must come out with its invariants kept.
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <thread>
 
+#include "multiprocess/robust_futex.h"
 #include "sweep/sweep.h"
 
 int main()
 {
     // Threads on a simulated board need the kernel's robust futex lists, which an emulator
-    // may lack (see tests/multiprocess/robust_futex.h): ctest counts 77 as skipped.
-    void *head = nullptr;
-    size_t len = 0;
-    if (syscall(SYS_get_robust_list, 0, &head, &len) != 0 && errno == ENOSYS) {
+    // may lack: ctest counts 77 as skipped.
+    if (robust_futexes_missing()) {
         std::printf("skipped: no robust futex lists here (an emulator?)\n");
         return 77;
     }
